@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and shows the library at work.
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+source "$root/scripts/deps.sh"
+orvex_require_packages "${orvex_build_packages[@]}"
+
+build="$root/build"
+cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Debug >/dev/null
+cmake --build "$build" -j "$(nproc 2>/dev/null || echo 2)" >/dev/null
+examples="$build/examples"
+
+pids=()
+cleanup() {
+    local pid
+    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+    wait 2>/dev/null || true
+}
+trap cleanup EXIT
+
+section() { printf '\n== %s ==\n' "$1"; }
+
+section "Message channel: a host talking to the example message service"
+"$examples/message-service/orvex-message-service" &
+pids+=($!)
+for _ in $(seq 50); do
+    (exec 3<>/dev/tcp/127.0.0.1/8889) 2>/dev/null && break
+    sleep 0.1
+done
+"$examples/message-host/orvex-message-host"
+kill "${pids[0]}"
+wait "${pids[0]}" 2>/dev/null || true
+pids=()
+
+section "Message channel: the same host with no service (default values)"
+"$examples/message-host/orvex-message-host"
