@@ -86,7 +86,9 @@ private:
     void acceptRequests()
     {
         while (QTcpSocket *socket = requests.nextPendingConnection()) {
-            connect(socket, &QTcpSocket::readyRead, this, [this, socket] { serve(socket); });
+            connect(socket, &QTcpSocket::readyRead, this, [this, socket] {
+                serve(socket);
+            });
             connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
                 pending.remove(socket);
                 socket->deleteLater();

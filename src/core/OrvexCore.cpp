@@ -17,7 +17,7 @@ constexpr std::array<const char *, 7> levelNames = {"fatal", "critical", "error"
 class StandardErrorComposer final : public TextLineComposer<char>
 {
 public:
-    explicit StandardErrorComposer(const char *levelName) : levelName(levelName) { }
+    explicit StandardErrorComposer(const char *levelName) : levelName(levelName) {}
 
     void writeLine(const std::string &line) override
     {
@@ -33,13 +33,13 @@ private:
 std::array<TextLineComposer<char> *, levelNames.size()> &composers()
 {
     static std::array<StandardErrorComposer, levelNames.size()> standardError = {
-        StandardErrorComposer(levelNames[0]), StandardErrorComposer(levelNames[1]),
-        StandardErrorComposer(levelNames[2]), StandardErrorComposer(levelNames[3]),
-        StandardErrorComposer(levelNames[4]), StandardErrorComposer(levelNames[5]),
-        StandardErrorComposer(levelNames[6])};
+            StandardErrorComposer(levelNames[0]), StandardErrorComposer(levelNames[1]),
+            StandardErrorComposer(levelNames[2]), StandardErrorComposer(levelNames[3]),
+            StandardErrorComposer(levelNames[4]), StandardErrorComposer(levelNames[5]),
+            StandardErrorComposer(levelNames[6])};
     static std::array<TextLineComposer<char> *, levelNames.size()> table = {
-        &standardError[0], &standardError[1], &standardError[2], &standardError[3],
-        &standardError[4], &standardError[5], &standardError[6]};
+            &standardError[0], &standardError[1], &standardError[2], &standardError[3],
+            &standardError[4], &standardError[5], &standardError[6]};
     return table;
 }
 

@@ -109,8 +109,7 @@ QByteArray Manager::readSocket()
 
 void Manager::dataReceived()
 {
-    while (!sockets->notification.readLine().isEmpty()) {
-    }
+    while (!sockets->notification.readLine().isEmpty()) {}
     Logger::log(QStringLiteral("Data-received"), LogTrace);
 }
 

@@ -4,13 +4,13 @@
 
 namespace Orvex {
 
-LogEvent::LogEvent(const QString &text, LogLevel level) : QEvent(QEvent::User), level(level), text(text)
-{
-}
+LogEvent::LogEvent(const QString &text, LogLevel level)
+    : QEvent(QEvent::User), level(level), text(text)
+{}
 
 LogEvent::~LogEvent() = default;
 
-Logger::Logger() : QObject(nullptr) { }
+Logger::Logger() : QObject(nullptr) {}
 
 Logger::~Logger() = default;
 

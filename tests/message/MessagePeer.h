@@ -73,7 +73,9 @@ public:
         int count = 0;
         QMetaObject::invokeMethod(
                 notificationServer,
-                [this, &count] { count = notificationServer->findChildren<QTcpSocket *>().size(); },
+                [this, &count] {
+                    count = notificationServer->findChildren<QTcpSocket *>().size();
+                },
                 Qt::BlockingQueuedConnection);
         return count;
     }
@@ -98,12 +100,13 @@ protected:
         QObject::connect(&requests, &QTcpServer::newConnection, [&requests, this] {
             while (QTcpSocket *socket = requests.nextPendingConnection()) {
                 ++connections;
-                QObject::connect(socket, &QTcpSocket::readyRead, [socket, this] { serve(socket); });
+                QObject::connect(socket, &QTcpSocket::readyRead, [socket, this] {
+                    serve(socket);
+                });
             }
         });
         QObject::connect(&notifications, &QTcpServer::newConnection, [&notifications] {
-            while (notifications.nextPendingConnection()) {
-            }
+            while (notifications.nextPendingConnection()) {}
         });
         ready = true;
         exec();

@@ -127,7 +127,8 @@ void tst_Manager::replies()
     QVERIFY(peer.begin());
     peer.plan(chunks, 50);
 
-    const QVariant reply = Orvex::Manager::getInstance()->send(Message("ping"), QVariant("default"));
+    const QVariant reply =
+            Orvex::Manager::getInstance()->send(Message("ping"), QVariant("default"));
     QCOMPARE(reply, expected);
     QCOMPARE(reply.isValid(), expected.isValid());
     QVERIFY(drainErrors().isEmpty());

@@ -72,31 +72,30 @@ void tst_Message::takeFirst_data()
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<QByteArray>("left");
 
-    QTest::newRow("byte string, then integer remains") << QByteArray("3:abci5e")
-                                                       << QVariant(QByteArray("abc"))
-                                                       << QByteArray("i5e");
+    QTest::newRow("byte string, then integer remains")
+            << QByteArray("3:abci5e") << QVariant(QByteArray("abc")) << QByteArray("i5e");
     QTest::newRow("integer") << QByteArray("i5e") << QVariant(5) << QByteArray("");
     QTest::newRow("empty buffer") << QByteArray() << QVariant() << QByteArray();
-    QTest::newRow("count past the end") << QByteArray("5:ab") << QVariant(QByteArray("ab"))
-                                        << QByteArray("");
+    QTest::newRow("count past the end")
+            << QByteArray("5:ab") << QVariant(QByteArray("ab")) << QByteArray("");
     QTest::newRow("no colon consumes nothing")
             << QByteArray("12") << QVariant(QByteArray()) << QByteArray("12");
     QTest::newRow("integer without e consumes nothing")
             << QByteArray("i12") << QVariant(12) << QByteArray("i12");
-    QTest::newRow("integer with stray characters") << QByteArray("i1x2e") << QVariant(0)
-                                                   << QByteArray("");
-    QTest::newRow("integer out of int range") << QByteArray("i2147483648e5:") << QVariant(0)
-                                              << QByteArray("5:");
-    QTest::newRow("count that is no number") << QByteArray("1x:abc") << QVariant(QByteArray())
-                                             << QByteArray("abc");
+    QTest::newRow("integer with stray characters")
+            << QByteArray("i1x2e") << QVariant(0) << QByteArray("");
+    QTest::newRow("integer out of int range")
+            << QByteArray("i2147483648e5:") << QVariant(0) << QByteArray("5:");
+    QTest::newRow("count that is no number")
+            << QByteArray("1x:abc") << QVariant(QByteArray()) << QByteArray("abc");
     QTest::newRow("huge count") << QByteArray("2147483647:ab") << QVariant(QByteArray("ab"))
                                 << QByteArray("");
     QTest::newRow("unknown first byte") << QByteArray("x1:a") << QVariant() << QByteArray("x1:a");
     QTest::newRow("minus first") << QByteArray("-1e") << QVariant() << QByteArray("-1e");
-    QTest::newRow("high byte first") << QByteArray("\xc3\xa9") << QVariant()
-                                     << QByteArray("\xc3\xa9");
-    QTest::newRow("empty byte string") << QByteArray("0:") << QVariant(QByteArray())
-                                       << QByteArray("");
+    QTest::newRow("high byte first")
+            << QByteArray("\xc3\xa9") << QVariant() << QByteArray("\xc3\xa9");
+    QTest::newRow("empty byte string")
+            << QByteArray("0:") << QVariant(QByteArray()) << QByteArray("");
     QTest::newRow("colon found past a later element")
             << QByteArray("1i5e:") << QVariant(QByteArray()) << QByteArray("");
 }

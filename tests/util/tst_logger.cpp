@@ -98,7 +98,8 @@ void tst_Logger::levels()
     drain();
 
     for (int level = 0; level < 7; ++level)
-        QCOMPARE(recorders[level].lines, level == expectedLevel ? QStringList{text} : QStringList{});
+        QCOMPARE(recorders[level].lines,
+                 level == expectedLevel ? QStringList{text} : QStringList{});
 }
 
 void tst_Logger::emptyTextGivesEmptyLine()
