@@ -34,3 +34,10 @@ pids=()
 
 section "Message channel: the same host with no service (default values)"
 "$examples/message-host/orvex-message-host"
+
+section "DOM visitor: the outline of a sample document"
+sample="$root/examples/xml-outline/sample.xml"
+"$examples/xml-outline/orvex-xml-outline" "$sample"
+
+section "DOM visitor: children of settings and document skipped, stopped at plugins"
+"$examples/xml-outline/orvex-xml-outline" --skip settings --skip document --stop plugins "$sample"
