@@ -49,10 +49,11 @@ DomVisitor::VisitCmd DomVisitor::doVisit(const QDomElement &start)
     // The elements whose children are being walked, outermost first; each still owes its
     // onEndElement. Kept here rather than in nested calls so that nesting depth costs no stack.
     std::vector<QDomElement> open;
+    // Deliberate: the walk goes on through the siblings after the start element; for the
+    // document element there are none.
     QDomElement element = start;
     for (;;) {
         if (element.isNull()) {
-            // Deliberate: the walk goes on through the siblings after the start element.
             if (open.empty())
                 return Continue;
             const QDomElement parent = open.back();
@@ -68,6 +69,7 @@ DomVisitor::VisitCmd DomVisitor::doVisit(const QDomElement &start)
         } else if (command == Stop) {
             return Stop;
         } else {
+            // Deliberate: any other value, 3 included, counts as Continue.
             open.push_back(element);
             element = element.firstChildElement();
         }

@@ -12,7 +12,8 @@ namespace Orvex {
 //
 // The visitor keeps no state of its own, so one object may run any number of walks one after the
 // other, from one thread at a time. The walk keeps its own position on the heap, so deep nesting
-// costs it no stack; parsing a text is bounded by Qt's parser alone.
+// costs it no stack. Qt 5.15's parser does recurse per level: on an 8 MiB stack it parses documents
+// nested 20,000 levels deep but not 25,000.
 //
 // Deliberate: no virtual destructor; a visitor is never deleted through a pointer to this base.
 class DomVisitor
