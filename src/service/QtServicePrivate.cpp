@@ -1,12 +1,91 @@
 #include "service/QtServicePrivate.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
+#include <QTcpSocket>
+#include <QTimer>
+#include <QVector>
 
 #include <cstdlib>
+#include <vector>
+
+#include <sys/stat.h>
+
+namespace {
+
+constexpr int runFailed = -1;
+// rwxr-x---: files a service creates are closed to others.
+constexpr mode_t serviceUmask = 027;
+
+// A command line that is the text "num:" followed by at least one character.
+bool isNumericCommand(const QString &command)
+{
+    return command.length() > 4 && command.startsWith(QLatin1String("num:"));
+}
+
+} // namespace
+
+// Service host
+
+QtServiceBase *QtServiceBasePrivate::instance = nullptr;
 
 QtServiceBasePrivate::QtServiceBasePrivate(const QString &name) : controller(name) {}
+
+QtServiceBasePrivate::~QtServiceBasePrivate()
+{
+    delete commandServer;
+}
+
+void QtServiceBasePrivate::startService()
+{
+    owner->start();
+}
+
+int QtServiceBasePrivate::run(bool asService, const QStringList &argList)
+{
+    int argc = argList.size();
+    QVector<QByteArray> localArguments;
+    std::vector<char *> argv;
+    localArguments.reserve(argc);
+    argv.reserve(size_t(argc));
+    for (const QString &argument : argList) {
+        localArguments << argument.toLocal8Bit();
+        argv.push_back(localArguments.last().data());
+    }
+    // Deliberate: argv holds exactly argc pointers, with no terminating null entry.
+
+    if (asService && !sysInit())
+        return runFailed;
+    owner->makeApplication(argc, argv.data());
+    // Deliberate: without an application the command server stays in place.
+    if (!QCoreApplication::instance())
+        return runFailed;
+    // Listening starts only now that the application, and its event dispatcher, exist.
+    if (asService)
+        sysSetPath();
+
+    // start() runs as the first action of the event loop, never before it.
+    QtServiceStarter starter(this);
+    QTimer::singleShot(0, &starter, &QtServiceStarter::slotStart);
+    const int result = owner->execApplication();
+    delete QCoreApplication::instance();
+    if (asService)
+        sysCleanup();
+    return result;
+}
+
+bool QtServiceBasePrivate::start()
+{
+    // Deliberate: a running instance never answers, so this waits until that instance ends.
+    if (sendCmd(controller.serviceName(), QStringLiteral("alive")))
+        return false;
+    // Stays set in this process as well; the child inherits it and knows it is the service.
+    ::setenv("QTSERVICE_RUN", "1", 1);
+    return QProcess::startDetached(filePath(), arguments.mid(1), QStringLiteral("/"));
+}
 
 QString QtServiceBasePrivate::filePath() const
 {
@@ -37,4 +116,121 @@ QString QtServiceBasePrivate::filePath() const
         }
     }
     return QDir(directory).absoluteFilePath(file);
+}
+
+bool QtServiceBasePrivate::sysInit()
+{
+    commandServer = new QtServiceSysPrivate;
+    commandServer->serviceFlags = serviceFlags;
+    ::umask(serviceUmask);
+    return true;
+}
+
+void QtServiceBasePrivate::sysSetPath()
+{
+    // Whether listening worked is not examined: the service runs either way.
+    if (commandServer)
+        commandServer->setPath(socketPath(controller.serviceName()));
+}
+
+void QtServiceBasePrivate::sysCleanup()
+{
+    if (commandServer) {
+        commandServer->close();
+        delete commandServer;
+        commandServer = nullptr;
+    }
+}
+
+// Starter
+
+QtServiceStarter::QtServiceStarter(QtServiceBasePrivate *host) : QObject(nullptr), host(host) {}
+
+void QtServiceStarter::slotStart()
+{
+    host->startService();
+}
+
+// Command server
+
+QtServiceSysPrivate::QtServiceSysPrivate() : QtUnixServerSocket(nullptr) {}
+
+QtServiceSysPrivate::~QtServiceSysPrivate()
+{
+    delete[] logIdent;
+}
+
+void QtServiceSysPrivate::incomingConnection(int socketDescriptor)
+{
+    auto *socket = new QTcpSocket(this);
+    socket->setSocketDescriptor(socketDescriptor, QAbstractSocket::ConnectedState,
+                                QIODevice::ReadWrite);
+    connect(socket, &QIODevice::readyRead, this, &QtServiceSysPrivate::slotReady);
+    connect(socket, &QAbstractSocket::disconnected, this, &QtServiceSysPrivate::slotClosed);
+}
+
+QString QtServiceSysPrivate::getCommand(const QTcpSocket *socket)
+{
+    QString &buffer = buffers[socket];
+    const int end = buffer.indexOf(QLatin1String("\r\n"));
+    if (end < 0)
+        return QString();
+    const QString command = buffer.left(end);
+    buffer.remove(0, end + 2);
+    return command;
+}
+
+void QtServiceSysPrivate::slotReady()
+{
+    auto *socket = qobject_cast<QTcpSocket *>(sender());
+    if (!socket)
+        return;
+
+    const QByteArray chunk = socket->readAll();
+    // Deliberate: a zero byte ends the chunk; what follows it in the same chunk is dropped.
+    const int zero = chunk.indexOf('\0');
+    buffers[socket] += QString::fromUtf8(zero < 0 ? chunk : chunk.left(zero));
+
+    QtServiceBase *service = QtServiceBase::instance();
+    // Deliberate: an empty line ends this round; complete lines after it wait for more data.
+    for (QString command = getCommand(socket); !command.isEmpty(); command = getCommand(socket)) {
+        bool accepted = false;
+        if (command == QLatin1String("terminate")) {
+            if (!serviceFlags.testFlag(QtServiceBase::Unstoppable)) {
+                if (service)
+                    service->stop();
+                QCoreApplication::quit();
+                accepted = true;
+            }
+        } else if (command == QLatin1String("pause")) {
+            if (serviceFlags.testFlag(QtServiceBase::Suspendable)) {
+                if (service)
+                    service->pause();
+                accepted = true;
+            }
+        } else if (command == QLatin1String("resume")) {
+            if (serviceFlags.testFlag(QtServiceBase::Suspendable)) {
+                if (service)
+                    service->resume();
+                accepted = true;
+            }
+        } else if (command == QLatin1String("alive")) {
+            accepted = true;
+        } else if (isNumericCommand(command)) {
+            // Unreadable numbers give 0.
+            if (service)
+                service->processCommand(command.mid(4).toInt(nullptr, 10));
+            accepted = true;
+        }
+        socket->write(accepted ? QByteArray("true") : QByteArray("false"));
+        socket->flush();
+    }
+}
+
+void QtServiceSysPrivate::slotClosed()
+{
+    if (QObject *socket = sender())
+        socket->deleteLater();
+    // Deliberate: the connection's buffer entry stays for the server's lifetime, under a key a
+    // later connection may reuse.
 }

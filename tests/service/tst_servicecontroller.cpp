@@ -230,10 +230,11 @@ void tst_ServiceController::unwritableRegistry()
     QProcess installer;
     installer.start(testServicePath, {QStringLiteral("-i")});
     QVERIFY(installer.waitForFinished(10000));
-    QCOMPARE(installer.exitCode(), 1);
+    QCOMPARE(installer.exitCode(), 255);
     QCOMPARE(installer.readAllStandardError(),
              "Cannot install \"" + name.toLatin1() + "\". Cannot write to: " + file
-                     + ". Check permissions.\n");
+                     + ". Check permissions.\nThe service " + name.toLatin1()
+                     + " could not be installed\n");
     bool installed = true;
     const QByteArray installMessage = capturedStderr([&] {
         installed = QtServiceController::install(testServicePath, QString(), QString());

@@ -1,8 +1,112 @@
-// A service executable for the tests. The tests set ORVEX_TEST_REGISTRY (the directory that stands
-// for the system-wide settings) and ORVEX_TEST_SERVICE (the service name).
-#include "service/QtServicePrivate.h"
+// A service executable for the tests, driven by the environment:
+//   ORVEX_TEST_REGISTRY  directory standing for the system-wide settings (required)
+//   ORVEX_TEST_SERVICE   the service name
+//   ORVEX_TEST_RECORD    file that receives one line per start() and per syslog call
+//   ORVEX_TEST_STAY      set: keep running after start() until ended by the test
+//   ORVEX_TEST_NO_APP    set: makeApplication() creates nothing
+#include "service/QtServiceBase.h"
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QSettings>
+#include <QStringList>
+#include <QThread>
+
+#include <cstdarg>
+#include <cstring>
+
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace {
+
+void record(const QByteArray &line)
+{
+    QFile file(qEnvironmentVariable("ORVEX_TEST_RECORD"));
+    if (file.fileName().isEmpty() || !file.open(QIODevice::Append))
+        return;
+    file.write(line + '\n');
+}
+
+void recordSyslog(int priority, const char *format, va_list arguments)
+{
+    // Anything but the fixed "%s" format is recorded as such, so a test sees it.
+    if (std::strcmp(format, "%s") != 0) {
+        record("syslog " + QByteArray::number(priority) + " format " + format);
+        return;
+    }
+    record("syslog " + QByteArray::number(priority) + " " + va_arg(arguments, const char *));
+}
+
+class TestService : public QtServiceBase
+{
+public:
+    using QtServiceBase::QtServiceBase;
+
+protected:
+    void start() override
+    {
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        record("start pid " + QByteArray::number(QCoreApplication::applicationPid()) + " loop "
+               + QByteArray::number(QThread::currentThread()->loopLevel()) + " umask "
+               + QByteArray::number(uint(mask), 8) + " cwd " + QDir::currentPath().toLocal8Bit()
+               + " socket " + (QFileInfo::exists(socketPath(serviceName())) ? "yes" : "no")
+               + " args " + QCoreApplication::arguments().join(QLatin1Char('|')).toLocal8Bit());
+        logMessage(QStringLiteral("failed"), Error);
+        logMessage(QStringLiteral("one\n\n100% %s\n"), Warning);
+        logMessage(QStringLiteral("note"), Information);
+        if (!qEnvironmentVariableIsSet("ORVEX_TEST_STAY"))
+            QCoreApplication::quit();
+    }
+
+    void makeApplication(int &argc, char **argv) override
+    {
+        if (!qEnvironmentVariableIsSet("ORVEX_TEST_NO_APP"))
+            new QCoreApplication(argc, argv);
+    }
+
+    int execApplication() override { return QCoreApplication::exec(); }
+};
+
+} // namespace
+
+// syslog is captured at the process boundary: the library's calls resolve to these.
+extern "C" {
+
+void openlog(const char *ident, int option, int facility)
+{
+    record("openlog " + QByteArray(ident) + " " + QByteArray::number(option) + " "
+           + QByteArray::number(facility));
+}
+
+void syslog(int priority, const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    recordSyslog(priority, format, arguments);
+    va_end(arguments);
+}
+
+// What a fortified build of the library calls instead of syslog().
+void __syslog_chk(int priority, int flag, const char *format, ...)
+{
+    Q_UNUSED(flag)
+    va_list arguments;
+    va_start(arguments, format);
+    recordSyslog(priority, format, arguments);
+    va_end(arguments);
+}
+
+void closelog()
+{
+    record("closelog");
+}
+
+} // extern "C"
 
 int main(int argc, char **argv)
 {
@@ -10,12 +114,7 @@ int main(int argc, char **argv)
     QSettings::setPath(QSettings::NativeFormat, QSettings::SystemScope,
                        qEnvironmentVariable("ORVEX_TEST_REGISTRY"));
 
-    QtServiceBasePrivate service(qEnvironmentVariable("ORVEX_TEST_SERVICE"));
-    for (int i = 0; i < argc; ++i)
-        service.arguments << QString::fromLocal8Bit(argv[i]);
-    service.serviceDescription = QStringLiteral("Records itself for the tests");
-
-    if (argc >= 2 && qstrcmp(argv[1], "-i") == 0)
-        return service.install(QString(), QString()) ? 0 : 1;
-    return 2;
+    TestService service(argc, argv, qEnvironmentVariable("ORVEX_TEST_SERVICE"));
+    service.setServiceDescription(QStringLiteral("Records itself for the tests"));
+    return service.exec();
 }
