@@ -41,3 +41,39 @@ sample="$root/examples/xml-outline/sample.xml"
 
 section "DOM visitor: children of settings and document skipped, stopped at plugins"
 "$examples/xml-outline/orvex-xml-outline" --skip settings --skip document --stop plugins "$sample"
+
+section "Service framework: the heartbeat example's life cycle"
+heartbeat="$examples/heartbeat-service/orvex-heartbeat-service"
+# The registry goes to a temporary directory, not the machine's system-wide settings.
+heartbeat_dir=$(mktemp -d)
+export ORVEX_HEARTBEAT_REGISTRY="$heartbeat_dir/registry"
+export ORVEX_HEARTBEAT_PIDFILE="$heartbeat_dir/pid"
+heartbeat_socket="/var/tmp/orvexheartbeat.$(id -un)"
+heartbeat_cleanup() {
+    rm -rf "$heartbeat_dir"
+    rm -f "$heartbeat_socket"
+}
+trap 'heartbeat_cleanup; cleanup' EXIT
+"$heartbeat" -i
+"$heartbeat" -v
+echo "Starting it detached:"
+"$heartbeat"
+for _ in $(seq 50); do
+    [ -S "$heartbeat_socket" ] && [ -s "$ORVEX_HEARTBEAT_PIDFILE" ] && break
+    sleep 0.1
+done
+heartbeat_pid=$(cat "$ORVEX_HEARTBEAT_PIDFILE")
+pids+=("$heartbeat_pid")
+echo "Running as process $heartbeat_pid; its control socket:"
+ls -l "$heartbeat_socket"
+"$heartbeat" -v
+echo "Stopping process $heartbeat_pid by its id:"
+kill "$heartbeat_pid"
+for _ in $(seq 50); do
+    kill -0 "$heartbeat_pid" 2>/dev/null || break
+    sleep 0.1
+done
+pids=()
+# Ended by a signal, the service left its socket file behind; the next start would remove it.
+rm -f "$heartbeat_socket"
+"$heartbeat" -u
