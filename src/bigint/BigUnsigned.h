@@ -1,0 +1,105 @@
+#ifndef ORVEX_BIGINT_BIGUNSIGNED_H
+#define ORVEX_BIGINT_BIGUNSIGNED_H
+
+#include "bigint/BlockArray.h"
+
+// An arbitrary-precision non-negative integer: a little-endian array of 32-bit blocks that the
+// object owns (its storage base, no virtual table). Results are in normal form (no zero block on
+// top) except the few non-normal values noted below, which are kept on purpose. The arithmetic is
+// in put-result-here form: the receiver gets the result and may be one of the operands. Failures
+// throw a const char * text that names the operation. A plain value: one thread at a time.
+class BigUnsigned : public BlockArray<unsigned int>
+{
+public:
+    typedef unsigned int Blk;
+    typedef BlockArray<Blk>::Index Index;
+    enum CompareResult : int { less = -1, equal = 0, greater = 1 };
+
+    BigUnsigned() = default;
+    // Copies `count` blocks, then drops zero blocks from the top.
+    BigUnsigned(const Blk *source, Index count) : BlockArray<Blk>(source, count) {}
+
+    // Deliberate: the 64-bit types keep only their low 32 bits, and a non-zero argument always
+    // makes one block, so 2^32 gives a one-block zero that is not in normal form.
+    BigUnsigned(unsigned long x);
+    BigUnsigned(long x); // throws for a negative value
+    BigUnsigned(unsigned int x);
+    BigUnsigned(int x); // throws for a negative value
+    BigUnsigned(unsigned short x);
+    BigUnsigned(short x); // throws for a negative value
+
+    // Each looks at one block at most: two or more blocks always throw.
+    unsigned long toUnsignedLong() const;
+    unsigned int toUnsignedInt() const;
+    unsigned short toUnsignedShort() const;
+    long toLong() const;
+    int toInt() const;
+    short toShort() const;
+
+    // Storing 0 into the top block renormalises; storing past the end extends with zero blocks.
+    void setBlock(Index i, Blk b);
+    Index bitLength() const;
+    bool bitAt(Index i) const;
+    void setBit(Index i, bool value);
+    bool isZero() const { return length == 0; }
+
+    // Compares lengths first, so a non-normal zero is greater than zero.
+    CompareResult compareTo(const BigUnsigned &x) const;
+    bool operator==(const BigUnsigned &x) const { return compareTo(x) == equal; }
+    bool operator!=(const BigUnsigned &x) const { return compareTo(x) != equal; }
+    bool operator<(const BigUnsigned &x) const { return compareTo(x) == less; }
+    bool operator<=(const BigUnsigned &x) const { return compareTo(x) != greater; }
+    bool operator>=(const BigUnsigned &x) const { return compareTo(x) != less; }
+    bool operator>(const BigUnsigned &x) const { return compareTo(x) == greater; }
+
+    void add(const BigUnsigned &a, const BigUnsigned &b);
+    // Throws when b > a: the receiver is left as it was when b has more blocks than a, else zero.
+    void subtract(const BigUnsigned &a, const BigUnsigned &b);
+    void multiply(const BigUnsigned &a, const BigUnsigned &b);
+    // The receiver is the dividend on entry and the remainder on return; q gets the quotient.
+    // Dividing by zero is no error here: the quotient is 0 and the remainder the dividend.
+    // Throws when q is the receiver.
+    void divideWithRemainder(const BigUnsigned &b, BigUnsigned &q);
+    void bitAnd(const BigUnsigned &a, const BigUnsigned &b);
+    void bitOr(const BigUnsigned &a, const BigUnsigned &b);
+    void bitXor(const BigUnsigned &a, const BigUnsigned &b);
+    // A negative n shifts the other way; the most negative int throws. Shifting zero left by 64 or
+    // more bits leaves zero blocks on top, as only one top block is ever dropped.
+    void bitShiftLeft(const BigUnsigned &a, int n);
+    void bitShiftRight(const BigUnsigned &a, int n);
+
+    BigUnsigned operator+(const BigUnsigned &x) const;
+    BigUnsigned operator-(const BigUnsigned &x) const;
+    BigUnsigned operator*(const BigUnsigned &x) const;
+    // The division operators throw for a zero divisor, naming themselves.
+    BigUnsigned operator/(const BigUnsigned &x) const;
+    BigUnsigned operator%(const BigUnsigned &x) const;
+    BigUnsigned operator&(const BigUnsigned &x) const;
+    BigUnsigned operator|(const BigUnsigned &x) const;
+    BigUnsigned operator^(const BigUnsigned &x) const;
+    BigUnsigned operator<<(int n) const;
+    BigUnsigned operator>>(int n) const;
+
+    BigUnsigned &operator+=(const BigUnsigned &x);
+    BigUnsigned &operator-=(const BigUnsigned &x);
+    BigUnsigned &operator*=(const BigUnsigned &x);
+    BigUnsigned &operator/=(const BigUnsigned &x);
+    BigUnsigned &operator%=(const BigUnsigned &x);
+    BigUnsigned &operator&=(const BigUnsigned &x);
+    BigUnsigned &operator|=(const BigUnsigned &x);
+    BigUnsigned &operator^=(const BigUnsigned &x);
+    BigUnsigned &operator<<=(int n);
+    BigUnsigned &operator>>=(int n);
+
+    BigUnsigned &operator++();
+    // Throws for zero.
+    BigUnsigned &operator--();
+    // Deliberate: the postfix forms do what the prefix forms do and yield no value.
+    void operator++(int);
+    void operator--(int);
+
+private:
+    void holdOneBlock(Blk b);
+};
+
+#endif // ORVEX_BIGINT_BIGUNSIGNED_H
