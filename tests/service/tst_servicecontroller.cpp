@@ -1,83 +1,15 @@
 #include "service/QtServiceController.h"
+#include "service/QtUnixServerSocket.h"
 
 #include <QtTest>
 
 #include <cstdio>
-#include <thread>
 
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
 
 const QString testServicePath = QStringLiteral(ORVEX_TEST_SERVICE_PATH);
-
-// Listens at a path, serves one connection on its own thread: reads up to the first "\r\n",
-// answers, closes. Every wait is bounded.
-class CommandPeer
-{
-public:
-    CommandPeer(const QString &path, const QByteArray &answer) : path(path.toLocal8Bit())
-    {
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        qstrncpy(address.sun_path, this->path.constData(), sizeof(address.sun_path));
-        listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        ::unlink(this->path.constData());
-        listening = ::bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof(address)) == 0
-                && ::listen(listener, 1) == 0;
-        if (listening)
-            thread = std::thread([this, answer] {
-                serve(answer);
-            });
-    }
-    ~CommandPeer()
-    {
-        if (thread.joinable())
-            thread.join();
-        ::close(listener);
-        ::unlink(path.constData());
-    }
-
-    // Waits for the connection to end; what the peer read.
-    QByteArray received()
-    {
-        if (thread.joinable())
-            thread.join();
-        return bytes;
-    }
-
-    bool listening = false;
-
-private:
-    static bool readable(int descriptor)
-    {
-        pollfd entry = {descriptor, POLLIN, 0};
-        return ::poll(&entry, 1, 5000) == 1;
-    }
-
-    void serve(const QByteArray &answer)
-    {
-        if (!readable(listener))
-            return;
-        const int connection = ::accept(listener, nullptr, nullptr);
-        char chunk[256];
-        ssize_t n = 0;
-        while (!bytes.contains("\r\n") && readable(connection)
-               && (n = ::read(connection, chunk, sizeof(chunk))) > 0)
-            bytes.append(chunk, int(n));
-        if (!answer.isEmpty())
-            (void)!::write(connection, answer.constData(), size_t(answer.size()));
-        ::close(connection);
-    }
-
-    QByteArray path;
-    int listener = -1;
-    QByteArray bytes;
-    std::thread thread;
-};
 
 // Runs f with standard error sent to a file and returns what was written there.
 template <class F>
@@ -114,8 +46,6 @@ private slots:
     void installFailures_data();
     void installFailures();
     void unwritableRegistry();
-    void commands_data();
-    void commands();
     void refusalsWithoutWaiting();
 
 private:
@@ -258,53 +188,6 @@ void tst_ServiceController::unwritableRegistry()
                      + ". Check permissions.\n");
 }
 
-void tst_ServiceController::commands_data()
-{
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<QByteArray>("expectedBytes");
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<bool>("expected");
-    QTest::newRow("negative number")
-            << "num-5" << QByteArray("num:-5\r\n") << QByteArray("true") << true;
-    QTest::newRow("terminate") << "stop" << QByteArray("terminate\r\n") << QByteArray("true")
-                               << true;
-    QTest::newRow("pause refused")
-            << "pause" << QByteArray("pause\r\n") << QByteArray("false") << false;
-    QTest::newRow("resume, answer with line break")
-            << "resume" << QByteArray("resume\r\n") << QByteArray("true\r\n") << false;
-    QTest::newRow("answer in another case")
-            << "alive" << QByteArray("alive\r\n") << QByteArray("True") << false;
-    QTest::newRow("answer cut at a zero byte")
-            << "alive" << QByteArray("alive\r\n") << QByteArray("true\0junk", 9) << true;
-    QTest::newRow("closed without answer")
-            << "alive" << QByteArray("alive\r\n") << QByteArray() << false;
-}
-
-void tst_ServiceController::commands()
-{
-    QFETCH(QString, command);
-    QFETCH(QByteArray, expectedBytes);
-    QFETCH(QByteArray, answer);
-    QFETCH(bool, expected);
-
-    CommandPeer peer(socketPath(name), answer);
-    QVERIFY(peer.listening);
-    QtServiceController controller(name);
-    bool result = !expected;
-    if (command == QLatin1String("num-5"))
-        result = controller.sendCommand(-5);
-    else if (command == QLatin1String("stop"))
-        result = controller.stop();
-    else if (command == QLatin1String("pause"))
-        result = controller.pause();
-    else if (command == QLatin1String("resume"))
-        result = controller.resume();
-    else
-        result = sendCmd(name, command);
-    QCOMPARE(peer.received(), expectedBytes);
-    QCOMPARE(result, expected);
-}
-
 void tst_ServiceController::refusalsWithoutWaiting()
 {
     QtServiceController controller(name);
@@ -314,11 +197,12 @@ void tst_ServiceController::refusalsWithoutWaiting()
     QVERIFY(!controller.start());
 
     QVERIFY(QtServiceController::install(testServicePath, QString(), QString()));
-    CommandPeer peer(socketPath(name), QByteArray());
-    QVERIFY(peer.listening);
+    QtUnixServerSocket server(socketPath(name));
+    QVERIFY(server.isListening());
     QVERIFY(controller.isRunning());
     // Already running: not started a second time.
     QVERIFY(!controller.start());
+    server.close();
 }
 
 QTEST_GUILESS_MAIN(tst_ServiceController)
