@@ -77,3 +77,9 @@ pids=()
 # Ended by a signal, the service left its socket file behind; the next start would remove it.
 rm -f "$heartbeat_socket"
 "$heartbeat" -u
+
+section "Integers: a toy RSA key from two Mersenne primes, a round trip"
+"$examples/rsa-toy/orvex-rsa-toy"
+
+section "Integers: the same with the textbook primes 61 and 53, message 65"
+"$examples/rsa-toy/orvex-rsa-toy" 61 53 65

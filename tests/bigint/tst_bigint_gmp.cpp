@@ -1,7 +1,10 @@
 // Differential test: random operands of 0 to 40 blocks, every result compared with GMP's.
 // The seed is printed; set ORVEX_TEST_SEED to repeat a run.
+#include "bigint/BigIntText.h"
 #include "bigint/BigInteger.h"
 #include "bigint/BigUnsigned.h"
+#include "bigint/BigUnsignedInABase.h"
+#include "bigint/NumberTheory.h"
 
 #include "bigint/BigIntTestHelpers.h"
 #include "common/TestHelpers.h"
@@ -17,6 +20,9 @@
 namespace {
 
 constexpr int pairsPerTest = 5000;
+// Base conversion and number theory divide once per digit or step: smaller operands, fewer cases.
+constexpr int textCases = 2000;
+constexpr int numberTheoryCases = 2000;
 constexpr quint32 defaultSeed = 20240517;
 
 // An mpz_t that clears itself.
@@ -103,9 +109,9 @@ public:
         return fromBlocks(blocks);
     }
 
-    BigInteger integer()
+    BigInteger integer(int maxBlocks = 40)
     {
-        const BigUnsigned mag = magnitude();
+        const BigUnsigned mag = magnitude(maxBlocks);
         return BigInteger(mag, random.bounded(2) ? BigInteger::negative : BigInteger::positive);
     }
 
@@ -118,6 +124,8 @@ public:
     int shiftAmount() { return int(random.bounded(1601u)) - 300; }
 
     bool chance(quint32 outOf) { return random.bounded(outOf) == 0; }
+
+    quint32 below(quint32 bound) { return random.bounded(bound); }
 
 private:
     quint32 randomBlock()
@@ -152,6 +160,9 @@ private slots:
     void unsignedIncrementAndDecrement();
     void signedArithmetic();
     void signedIncrementAndDecrement();
+    void textRoundTrips();
+    void gcdAndExtendedEuclidean();
+    void modinvAndModexp();
     void cleanupTestCase();
 
 private:
@@ -352,6 +363,119 @@ void tst_BigIntGmp::signedIncrementAndDecrement()
         --r;
         mpz_sub_ui(expected, ma, 1);
         QVERIFY2(same(r, expected), "decrement, " + context);
+        cases++;
+    }
+}
+
+void tst_BigIntGmp::textRoundTrips()
+{
+    Operands operands(seed + 5);
+    Mpz expected, parsed;
+    for (int i = 0; i < textCases; i++) {
+        const BigInteger x = operands.integer(8);
+        const int base = 2 + int(operands.below(35));
+        setMpz(expected, x);
+        const QByteArray context =
+                where(i) + ": x = " + hex(x) + ", base " + QByteArray::number(base);
+
+        // GMP writes upper-case digits for a negative base argument.
+        std::vector<char> buffer(mpz_sizeinbase(expected, base) + 2);
+        const QByteArray gmpUpper = mpz_get_str(buffer.data(), -base, expected);
+        const QByteArray magnitudeText = gmpUpper.startsWith('-') ? gmpUpper.mid(1) : gmpUpper;
+        const QByteArray ours =
+                QByteArray::fromStdString(std::string(BigUnsignedInABase(x.getMagnitude(), base)));
+        QVERIFY2(ours == magnitudeText, "to text, " + context);
+
+        // Parse a mixed-case spelling with leading zeros back.
+        QByteArray spelled = QByteArray(int(operands.below(3)), '0') + magnitudeText;
+        for (char &c : spelled) {
+            if (operands.chance(2))
+                c = char(QChar::fromLatin1(c).toLower().toLatin1());
+        }
+        const BigUnsigned back =
+                BigUnsignedInABase(spelled.toStdString(), BigUnsignedInABase::Base(base));
+        QVERIFY2(mpz_set_str(parsed, spelled.constData(), base) == 0, "GMP parse, " + context);
+        QVERIFY2(same(back, parsed), "from text, " + context);
+
+        // Decimal text of the signed value, both ways.
+        std::vector<char> decimal(mpz_sizeinbase(expected, 10) + 2);
+        const QByteArray gmpDecimal = mpz_get_str(decimal.data(), 10, expected);
+        QVERIFY2(QByteArray::fromStdString(bigIntegerToString(x)) == gmpDecimal,
+                 "decimal text, " + context);
+        QVERIFY2(stringToBigInteger(gmpDecimal.toStdString()) == x, "decimal parse, " + context);
+        cases++;
+    }
+}
+
+void tst_BigIntGmp::gcdAndExtendedEuclidean()
+{
+    Operands operands(seed + 6);
+    Mpz ma, mb, expected, identity, term;
+    for (int i = 0; i < numberTheoryCases; i++) {
+        // A shared factor now and then, so that the greatest common divisor is more than 1.
+        const BigUnsigned factor = operands.chance(2) ? operands.magnitude(2) : BigUnsigned(1);
+        const BigInteger m(operands.magnitude(5) * factor,
+                           operands.chance(2) ? BigInteger::negative : BigInteger::positive);
+        const BigInteger n(operands.magnitude(5) * factor,
+                           operands.chance(2) ? BigInteger::negative : BigInteger::positive);
+        setMpz(ma, m);
+        setMpz(mb, n);
+        const QByteArray context = where(i) + ": m = " + hex(m) + ", n = " + hex(n);
+
+        mpz_gcd(expected, ma, mb);
+        QVERIFY2(same(gcd(m.getMagnitude(), n.getMagnitude()), expected), "gcd, " + context);
+
+        // g is a greatest common divisor up to its sign, and r*m + s*n == g.
+        BigInteger g, r, s;
+        extendedEuclidean(m, n, g, r, s);
+        setMpz(identity, g);
+        mpz_abs(identity, identity);
+        QVERIFY2(mpz_cmp(identity, expected) == 0, "extended gcd, " + context + ", g = " + hex(g));
+        QVERIFY2(r * m + s * n == g, "extended identity, " + context);
+        cases++;
+    }
+}
+
+void tst_BigIntGmp::modinvAndModexp()
+{
+    Operands operands(seed + 7);
+    Mpz mx, mn, me, expected;
+    for (int i = 0; i < numberTheoryCases; i++) {
+        const BigInteger x = operands.integer(6);
+        const BigUnsigned n = operands.magnitude(4);
+        const BigUnsigned e = operands.magnitude(2);
+        setMpz(mx, x);
+        setMpz(mn, n);
+        setMpz(me, e);
+        const QByteArray context =
+                where(i) + ": x = " + hex(x) + ", n = " + hex(n) + ", e = " + hex(e);
+
+        if (n.isZero()) {
+            QVERIFY2(thrownText([&] {
+                         modexp(x, e, n);
+                     }).endsWith("division by zero"),
+                     "modexp by zero, " + context);
+            cases++;
+            continue;
+        }
+        // Deliberate on our side: exponent 0 gives 1 unreduced, also modulo 1.
+        if (e.isZero())
+            mpz_set_ui(expected, 1);
+        else
+            mpz_powm(expected, mx, me, mn);
+        QVERIFY2(same(modexp(x, e, n), expected), "modexp, " + context);
+
+        BigUnsigned inverse;
+        const QByteArray thrown = thrownText([&] {
+            inverse = modinv(x, n);
+        });
+        // GMP calls everything invertible modulo 1; so does modinv, giving 0.
+        if (mpz_invert(expected, mx, mn) != 0) {
+            QVERIFY2(thrown.isEmpty() && same(inverse, expected), "modinv, " + context);
+        } else {
+            QVERIFY2(thrown == "BigInteger modinv: x and n have a common factor",
+                     "modinv without an inverse, " + context);
+        }
         cases++;
     }
 }

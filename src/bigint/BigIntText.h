@@ -1,0 +1,27 @@
+#ifndef ORVEX_BIGINT_BIGINTTEXT_H
+#define ORVEX_BIGINT_BIGINTTEXT_H
+
+#include "bigint/BigInteger.h"
+#include "bigint/BigUnsigned.h"
+
+#include <ostream>
+#include <string>
+
+// Decimal text of the integers, and stream output in the stream's base. The parsers throw the
+// texts of BigUnsignedInABase for a bad symbol.
+
+std::string bigUnsignedToString(const BigUnsigned &x);
+// A leading "-" for a negative number.
+std::string bigIntegerToString(const BigInteger &x);
+BigUnsigned stringToBigUnsigned(const std::string &s);
+// One leading "-" or "+" at most: a second sign character is a bad symbol.
+BigInteger stringToBigInteger(const std::string &s);
+
+// Decimal, hexadecimal or octal as the stream's base flags say, tested in that order, with the
+// "0x" or "0" prefix when the show-base flag is set; letters always upper case. Throws for a
+// stream with no base flag.
+std::ostream &operator<<(std::ostream &os, const BigUnsigned &x);
+// The minus sign comes before the prefix.
+std::ostream &operator<<(std::ostream &os, const BigInteger &x);
+
+#endif // ORVEX_BIGINT_BIGINTTEXT_H

@@ -1,0 +1,112 @@
+#include "bigint/BigUnsignedInABase.h"
+
+#include <cassert>
+
+namespace {
+
+constexpr const char *digitTooLargeText =
+        "BigUnsignedInABase::BigUnsignedInABase(const Digit *, "
+        "Index, Base): A digit is too large for the specified base";
+constexpr unsigned maximumTextBase = 36;
+
+// The symbol's value, or -1 for a byte that is no symbol.
+int symbolValue(char symbol)
+{
+    if (symbol >= '0' && symbol <= '9')
+        return symbol - '0';
+    if (symbol >= 'A' && symbol <= 'Z')
+        return symbol - 'A' + 10;
+    if (symbol >= 'a' && symbol <= 'z')
+        return symbol - 'a' + 10;
+    return -1;
+}
+
+} // namespace
+
+BigUnsignedInABase::BigUnsignedInABase(const Digit *digits, Index count, Base base)
+    : BlockArray<Digit>(digits, count), base(base)
+{
+    if (base < 2)
+        throw "BigUnsignedInABase::BigUnsignedInABase(const Digit *, Index, Base): The base must "
+              "be "
+              "at least 2";
+    for (Index i = 0; i < length; i++) {
+        if (blocks[i] >= base)
+            throw digitTooLargeText;
+    }
+}
+
+BigUnsignedInABase::BigUnsignedInABase(const BigUnsigned &x, Base base) : base(base)
+{
+    if (base < 2)
+        throw "BigUnsignedInABase(BigUnsigned, Base): The base must be at least 2";
+    // Every digit carries at least `bitsPerDigit` bits, the largest m with 2^m <= base.
+    unsigned bitsPerDigit = 0;
+    for (Base b = base; b > 1; b >>= 1)
+        bitsPerDigit++;
+    const unsigned long bitCount = 32ul * x.getLength();
+    reserve(Index((bitCount + bitsPerDigit - 1) / bitsPerDigit));
+
+    BigUnsigned quotient(x), remainder;
+    const BigUnsigned bigBase(base);
+    Index digitCount = 0;
+    while (!quotient.isZero()) {
+        remainder = quotient;
+        remainder.divideWithRemainder(bigBase, quotient);
+        assert(digitCount < capacity);
+        blocks[digitCount++] = remainder.toUnsignedShort();
+    }
+    length = digitCount;
+}
+
+BigUnsignedInABase::BigUnsignedInABase(const std::string &s, Base base) : base(base)
+{
+    // Deliberate: no lower bound here; base 0 rejects every symbol as too large, base 1 accepts
+    // only zeros.
+    if (base > maximumTextBase)
+        throw "BigUnsignedInABase(std::string, Base): The default string conversion routines use "
+              "the symbol set 0-9, A-Z and therefore support only up to base 36.  You tried a "
+              "conversion with a base over 36; write your own string conversion routine.";
+    const Index symbolCount = Index(s.length());
+    reserve(symbolCount);
+    length = symbolCount;
+    for (Index i = 0; i < symbolCount; i++) {
+        const int value = symbolValue(s[symbolCount - 1 - i]);
+        if (value < 0)
+            throw "BigUnsignedInABase(std::string, Base): Bad symbol in input.  Only 0-9, A-Z, a-z "
+                  "are accepted.";
+        // Deliberate: a symbol too large for the base throws the digit-array constructor's text.
+        if (unsigned(value) >= base)
+            throw digitTooLargeText;
+        blocks[i] = Digit(value);
+    }
+    trimLeadingZeros();
+}
+
+BigUnsignedInABase::operator BigUnsigned() const
+{
+    // Horner's rule from the most significant digit.
+    BigUnsigned result, shifted;
+    const BigUnsigned bigBase(base);
+    for (Index i = length; i > 0; i--) {
+        shifted.multiply(result, bigBase);
+        result.add(shifted, BigUnsigned(blocks[i - 1]));
+    }
+    return result;
+}
+
+BigUnsignedInABase::operator std::string() const
+{
+    if (base > maximumTextBase)
+        throw "BigUnsignedInABase ==> std::string: The default string conversion routines use the "
+              "symbol set 0-9, A-Z and therefore support only up to base 36.  You tried a "
+              "conversion with a base over 36; write your own string conversion routine.";
+    if (length == 0)
+        return "0";
+    std::string text(length, '0');
+    for (Index i = 0; i < length; i++) {
+        const Digit digit = blocks[length - 1 - i];
+        text[i] = char(digit < 10 ? '0' + digit : 'A' + digit - 10);
+    }
+    return text;
+}
