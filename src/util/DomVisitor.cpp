@@ -1,5 +1,7 @@
 #include "util/DomVisitor.h"
 
+#include "util/DomVisitor_p.h"
+
 #include <QDomDocument>
 
 #include <vector>
@@ -24,6 +26,14 @@ void DomVisitor::onError(const QString &) {}
 
 QString DomVisitor::visit(const QString &xml)
 {
+    // Qt's parser recurses once per element level and would overflow this thread's stack on a
+    // deep enough document, so such a document is refused before it is parsed.
+    const qint64 limit = DomDepth::parseDepthLimit();
+    if (DomDepth::nestingDepth(xml) > limit) {
+        const QString message = QStringLiteral("document nested deeper than %1 levels").arg(limit);
+        onError(message);
+        return message;
+    }
     QDomDocument document;
     QString message;
     if (!document.setContent(xml, &message, nullptr, nullptr)) {

@@ -12,8 +12,9 @@ namespace Orvex {
 //
 // The visitor keeps no state of its own, so one object may run any number of walks one after the
 // other, from one thread at a time. The walk keeps its own position on the heap, so deep nesting
-// costs it no stack. Qt 5.15's parser does recurse per level: on an 8 MiB stack it parses documents
-// nested 20,000 levels deep but not 25,000.
+// costs it no stack. Qt's parser does recurse per level, so visit(const QString &) refuses a
+// document nested deeper than the calling thread's stack can parse: about 16,000 levels on an
+// 8 MiB stack, fewer on a smaller one.
 //
 // Deliberate: no virtual destructor; a visitor is never deleted through a pointer to this base.
 class DomVisitor
@@ -40,7 +41,10 @@ public:
     virtual void onError(const QString &message);
 
     // Parses xml and walks its document element. Returns an empty (not null) string when the text
-    // parsed, whatever the walk did, or the parser's message when it did not.
+    // parsed, whatever the walk did, or the parser's message when it did not. A document nested
+    // deeper than this thread can parse is not parsed: onError and the result get "document
+    // nested deeper than N levels", N being this thread's bound. Elements that entity references
+    // open count towards the nesting.
     QString visit(const QString &xml);
     // Walks from element, which includes the siblings that follow it, and returns Continue or Stop.
     VisitCmd visit(const QDomElement &element);

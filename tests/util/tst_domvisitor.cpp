@@ -2,7 +2,11 @@
 
 #include <QDomDocument>
 #include <QHash>
+#include <QRegularExpression>
+#include <QThread>
 #include <QtTest>
+
+#include <memory>
 
 namespace {
 
@@ -57,6 +61,48 @@ QString nested(int depth)
     return QStringLiteral("<e>").repeated(depth) + QStringLiteral("</e>").repeated(depth);
 }
 
+// A document nested `depth` levels deep, the document element included, built with `kind`.
+QString nestedBy(const QString &kind, int depth)
+{
+    const int inner = depth - 1;
+    const QString closes = QStringLiteral("</e>").repeated(inner) + QStringLiteral("</r>");
+    if (kind == QLatin1String("elements"))
+        return nested(depth);
+    if (kind == QLatin1String("attributes holding > and />"))
+        return QStringLiteral("<e a='>' b=\"/>\">").repeated(depth)
+                + QStringLiteral("</e>").repeated(depth);
+    if (kind == QLatin1String("self-closing innermost"))
+        return nested(inner).insert(inner * 3, QStringLiteral("<e/>"));
+    if (kind == QLatin1String("entities opening levels")) {
+        // One reference of g opens 100 levels: a few bytes open thousands.
+        return QStringLiteral("<!DOCTYPE r [<!ENTITY o '<e>'><!ENTITY c '</e>'><!ENTITY g '")
+                + QStringLiteral("&o;").repeated(100) + QStringLiteral("'>]><r>")
+                + QStringLiteral("&g;").repeated(inner / 100)
+                + QStringLiteral("&o;").repeated(inner % 100)
+                + QStringLiteral("&c;").repeated(inner) + QStringLiteral("</r>");
+    }
+    if (kind == QLatin1String("entity spelt with a character reference"))
+        return QStringLiteral("<!DOCTYPE r [<!ENTITY o '&#60;e>'>]><r>")
+                + QStringLiteral("&o;").repeated(inner) + closes;
+    if (kind == QLatin1String("entity declared by a parameter entity"))
+        return QStringLiteral("<!DOCTYPE r [<!ENTITY % p '<!ENTITY o \"<e>\">'> %p;]><r>")
+                + QStringLiteral("&o;").repeated(inner) + closes;
+    // Markup the parser does not nest: comments, sections, instructions, the internal subset.
+    return QStringLiteral("<!DOCTYPE r [<!-- <e> --><!ENTITY x '<e/>'><?p <e>?>]><r>")
+            + QStringLiteral("<!-- <e> --><![CDATA[<e>]]><?p <e>?><e a='&lt;e>'/>&x;&lt;e>")
+                      .repeated(depth)
+            + QStringLiteral("</r>");
+}
+
+// The bound in a refusal's message, or -1.
+int boundIn(const QString &message)
+{
+    const QRegularExpressionMatch match =
+            QRegularExpression(QStringLiteral("^document nested deeper than (\\d+) levels$"))
+                    .match(message);
+    return match.hasMatch() ? match.captured(1).toInt() : -1;
+}
+
 } // namespace
 
 class tst_DomVisitor : public QObject
@@ -70,6 +116,9 @@ private slots:
     void parseError_data();
     void parseError();
     void deepDocument();
+    void nestingBound_data();
+    void nestingBound();
+    void smallStackLowersTheBound();
 };
 
 void tst_DomVisitor::walk_data()
@@ -173,6 +222,63 @@ void tst_DomVisitor::deepDocument()
     stopped.stopAt = depth + 1;
     QCOMPARE(stopped.visit(nested(depth)), QString(""));
     QCOMPARE(stopped.trace.join(' '), "{e" + down + " >e }1");
+}
+
+void tst_DomVisitor::nestingBound_data()
+{
+    QTest::addColumn<QString>("kind");
+    for (const char *kind : {"elements", "attributes holding > and />", "self-closing innermost",
+                             "entities opening levels", "entity spelt with a character reference",
+                             "entity declared by a parameter entity", "markup that does not nest"})
+        QTest::newRow(kind) << QString::fromLatin1(kind);
+}
+
+void tst_DomVisitor::nestingBound()
+{
+    QFETCH(QString, kind);
+    Recorder probe;
+    const int bound = boundIn(probe.visit(nested(100000)));
+    QVERIFY2(bound >= 10000, qPrintable(probe.trace.join(' ')));
+    QCOMPARE(probe.trace.size(), 1);
+
+    // At the bound the document parses and is walked as ever.
+    Recorder within;
+    QCOMPARE(within.visit(nestedBy(kind, bound)), QString(""));
+    QCOMPARE(within.trace.value(0).left(1), QString("{"));
+    QCOMPARE(within.trace.last(), QString("}0"));
+
+    // One level more is refused before parsing, with no element callback.
+    Recorder beyond;
+    const QString message = beyond.visit(nestedBy(kind, bound + 1));
+    if (kind == QLatin1String("markup that does not nest")) {
+        QCOMPARE(message, QString(""));
+        QCOMPARE(beyond.trace.last(), QString("}0"));
+    } else {
+        QCOMPARE(boundIn(message), bound);
+        QCOMPARE(beyond.trace, QStringList{'!' + message});
+    }
+}
+
+void tst_DomVisitor::smallStackLowersTheBound()
+{
+    Recorder probe;
+    const int mainBound = boundIn(probe.visit(nested(100000)));
+    int bound = -1;
+    QString result = QStringLiteral("not run");
+    int elements = 0;
+    std::unique_ptr<QThread> thread(QThread::create([&] {
+        Recorder refused;
+        bound = boundIn(refused.visit(nested(mainBound)));
+        Recorder under;
+        result = under.visit(nested(bound));
+        elements = under.trace.filter(QRegularExpression(QStringLiteral("^<"))).size();
+    }));
+    thread->setStackSize(512 * 1024);
+    thread->start();
+    QVERIFY(thread->wait(60000));
+    QVERIFY2(bound > 100 && bound < mainBound / 8, qPrintable(QString::number(bound)));
+    QCOMPARE(result, QString(""));
+    QCOMPARE(elements, bound);
 }
 
 QTEST_GUILESS_MAIN(tst_DomVisitor)
