@@ -1,0 +1,62 @@
+// The URL-safe Base64 helpers on arbitrary bytes.
+//
+// The first byte picks the mode. Decoding: the rest is text to decode; whatever it yields must
+// encode into the URL-safe alphabet and decode back to itself, and the text must decode the same
+// in the plain alphabet. Encoding: the rest is data, whose encoding must have the expected length
+// and alphabet and decode back to exactly the data, with or without its "=" fill.
+#include <util/Utils.h>
+
+#include <cstdint>
+#include <cstdlib>
+
+namespace {
+
+void require(bool condition)
+{
+    if (!condition)
+        std::abort();
+}
+
+bool isUrlSafe(char c)
+{
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-'
+            || c == '_';
+}
+
+// Checks the encoding of data and returns it.
+QByteArray checkedEncoding(const QByteArray &data)
+{
+    const QByteArray text = Orvex::Utils::urlSafeBase64Encode(data);
+    require(text.size() == (data.size() + 2) / 3 * 4);
+    int fill = 0;
+    while (fill < text.size() && text.at(text.size() - 1 - fill) == '=')
+        ++fill;
+    require(fill == (3 - data.size() % 3) % 3);
+    for (int i = 0; i < text.size() - fill; ++i)
+        require(isUrlSafe(text.at(i)));
+    require(Orvex::Utils::urlSafeBase64Decode(text) == data);
+    require(Orvex::Utils::urlSafeBase64Decode(text.left(text.size() - fill)) == data);
+    return text;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    if (size == 0)
+        return 0;
+    const QByteArray rest(reinterpret_cast<const char *>(data + 1), int(size - 1));
+    if (data[0] & 1) {
+        checkedEncoding(rest);
+        return 0;
+    }
+    const QByteArray decoded = Orvex::Utils::urlSafeBase64Decode(rest);
+    // Four characters carry three bytes at most; characters outside the alphabet carry none.
+    require(decoded.size() <= (rest.size() + 3) / 4 * 3);
+    const QByteArray text = checkedEncoding(decoded);
+    require(Orvex::Utils::urlSafeBase64Decode(text) == decoded);
+    QByteArray plain = rest;
+    plain.replace('-', '+').replace('_', '/');
+    require(Orvex::Utils::urlSafeBase64Decode(plain) == decoded);
+    return 0;
+}

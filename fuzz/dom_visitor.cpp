@@ -1,0 +1,109 @@
+// The DOM visitor on arbitrary text.
+//
+// The first byte steers the callbacks' answers, the rest is the text, read as UTF-8. Nothing may
+// crash, however deep or odd the text. The callbacks must come in a well-formed order: one start,
+// then element callbacks in which every end matches the innermost open element, then one end
+// with Stop exactly when a callback stopped; or else one error with the message visit returns,
+// which is the parser's own unless the document was refused for its depth.
+#include <util/DomVisitor.h>
+
+#include <QDomDocument>
+
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+namespace {
+
+void require(bool condition)
+{
+    if (!condition)
+        std::abort();
+}
+
+const QString refusal = QStringLiteral("document nested deeper than ");
+
+class Checker : public Orvex::DomVisitor
+{
+public:
+    explicit Checker(std::uint8_t steer) : state(steer | 0x100u) {}
+
+    void onVisitStarted(const QDomElement &) override
+    {
+        require(!started && !ended && errors == 0);
+        started = true;
+    }
+    void onVisitEnded(VisitCmd result) override
+    {
+        require(started && !ended);
+        require(result == (stopped ? Stop : Continue));
+        if (!stopped)
+            require(open.empty());
+        ended = true;
+    }
+    VisitCmd onElement(const QDomElement &element) override
+    {
+        require(started && !ended && !stopped && !element.isNull());
+        const VisitCmd command = next();
+        if (command == Stop)
+            stopped = true;
+        else if (command != SkipChildren)
+            open.push_back(element);
+        return command;
+    }
+    VisitCmd onEndElement(const QDomElement &element) override
+    {
+        require(started && !ended && !stopped && !open.empty() && open.back() == element);
+        open.pop_back();
+        const VisitCmd command = next();
+        stopped = command == Stop;
+        return command;
+    }
+    void onError(const QString &message) override
+    {
+        require(!started && errors == 0 && !message.isEmpty());
+        ++errors;
+        error = message;
+    }
+
+    bool started = false;
+    bool ended = false;
+    bool stopped = false;
+    int errors = 0;
+    QString error;
+
+private:
+    // Mostly Continue, now and then any answer, 3 included.
+    VisitCmd next()
+    {
+        state ^= state << 7;
+        state ^= state >> 9;
+        return (state & 7u) < 5 ? Continue : VisitCmd(state >> 3 & 3u);
+    }
+
+    std::uint32_t state;
+    std::vector<QDomElement> open;
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    if (size == 0)
+        return 0;
+    const QString text = QString::fromUtf8(reinterpret_cast<const char *>(data + 1), int(size - 1));
+    Checker checker(data[0]);
+    const QString result = checker.visit(text);
+    require(!result.isNull());
+    if (result.isEmpty()) {
+        require(checker.started && checker.ended && checker.errors == 0);
+        return 0;
+    }
+    require(!checker.started && checker.errors == 1 && checker.error == result);
+    if (!result.startsWith(refusal)) {
+        QString message;
+        require(!QDomDocument().setContent(text, &message, nullptr, nullptr));
+        require(message == result);
+    }
+    return 0;
+}
