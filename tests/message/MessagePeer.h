@@ -51,6 +51,13 @@ public:
         closeAfterRequest = close;
     }
 
+    // While set, a request connection is closed as soon as the planned reply has been written.
+    void closeAfterReply(bool close)
+    {
+        QMutexLocker lock(&mutex);
+        closeAfterReplying = close;
+    }
+
     int requestConnections() const { return connections.load(); }
 
     QByteArray received()
@@ -123,12 +130,14 @@ private:
         QList<QByteArray> chunks;
         int delayMs = 0;
         bool closing = false;
+        bool closingAfterReply = false;
         {
             QMutexLocker lock(&mutex);
             receivedBytes += bytes;
             chunks = replyChunks;
             delayMs = chunkDelayMs;
             closing = closeAfterRequest;
+            closingAfterReply = closeAfterReplying;
         }
         while (pending.size() >= 12) {
             QDataStream in(pending);
@@ -146,11 +155,17 @@ private:
                 socket->deleteLater();
                 return;
             }
-            for (const QByteArray &chunk : chunks) {
-                socket->write(chunk);
+            for (int i = 0; i < chunks.size(); ++i) {
+                socket->write(chunks.at(i));
                 socket->flush();
-                if (delayMs > 0)
+                if (delayMs > 0 && i + 1 < chunks.size())
                     QThread::msleep(delayMs);
+            }
+            if (closingAfterReply) {
+                pendingBytes.remove(socket);
+                socket->disconnectFromHost();
+                socket->deleteLater();
+                return;
             }
         }
     }
@@ -160,6 +175,7 @@ private:
     QList<QByteArray> replyChunks;
     int chunkDelayMs = 0;
     bool closeAfterRequest = false;
+    bool closeAfterReplying = false;
     std::atomic<int> connections{0};
     QHash<QTcpSocket *, QByteArray> pendingBytes;
     QTcpServer *notificationServer = nullptr;

@@ -29,8 +29,10 @@ void tst_ManagerTimeout::silentServiceGivesDefaultAfterTimeout()
     RecordingComposer errors;
     Orvex::Logger::init();
     Orvex::setDefaultLogger(Orvex::LogError, &errors);
-    MessagePeer peer; // accepts and records, never answers
+    // Answers a second after the time-out: the late reply must reach no later client.
+    MessagePeer peer;
     QVERIFY(peer.begin());
+    peer.plan({QByteArray(), MessagePeer::frame(4, "i13e")}, 31000);
 
     QElapsedTimer timer;
     timer.start();
@@ -41,9 +43,13 @@ void tst_ManagerTimeout::silentServiceGivesDefaultAfterTimeout()
     QCOMPARE(errors.lines, QStringList{"[No return]"});
     QCOMPARE(peer.received().size(), 12 + 6);
 
-    // The failed exchange deleted the singleton; a new one connects again.
+    // The failed exchange deleted the singleton; a new one connects again once the peer has
+    // written its late reply to the old connection, and gets its own reply.
+    peer.plan({MessagePeer::frame(3, "i5e")});
     Orvex::Manager::getInstance();
-    QTRY_COMPARE(peer.requestConnections(), 2);
+    QTRY_COMPARE_WITH_TIMEOUT(peer.requestConnections(), 2, 10000);
+    QCOMPARE(Orvex::Manager::getInstance()->send(Message("ping"), QVariant("fallback")),
+             QVariant(5));
     Orvex::Manager::close();
     Orvex::setDefaultLogger(Orvex::LogError, nullptr);
 }
