@@ -2,11 +2,15 @@
 
 #include "bigint/Aliasing_p.h"
 #include "bigint/BlockOps_p.h"
+#include "bigint/FastPaths_p.h"
 
 #include <climits>
 #include <memory>
+#include <utility>
 
 using namespace BlockOps;
+
+std::atomic<bool> BigIntFastPaths::enabled{true};
 
 namespace {
 
@@ -44,6 +48,37 @@ X convertToSignedPrimitive(const BigUnsigned &x)
     if (value >= 0)
         return value;
     throw "BigUnsigned::to(Primitive): Value is too big to fit in the requested type";
+}
+
+// Fast paths
+
+// result[0..xn+yn) = x * y; result overlaps neither operand. Above the threshold the longer
+// operand is cut into pieces as long as the shorter, each multiplied by Karatsuba's method.
+void multiplyMagnitudes(Blk *result, const Blk *x, Index xn, const Blk *y, Index yn)
+{
+    if (xn < yn) {
+        std::swap(x, y);
+        std::swap(xn, yn);
+    }
+    const Index threshold = BigIntFastPaths::karatsubaThreshold;
+    if (yn < threshold) {
+        multiplyBlocksSchoolbook(result, x, xn, y, yn);
+        return;
+    }
+    std::unique_ptr<Blk[]> scratch(new Blk[2 * yn + karatsubaScratchSize(yn, threshold)]);
+    Blk *piece = scratch.get();
+    for (Index i = 0; i < xn + yn; i++)
+        result[i] = 0;
+    for (Index at = 0; at < xn; at += yn) {
+        const Index pieceLength = xn - at < yn ? xn - at : yn;
+        if (pieceLength == yn)
+            multiplyBlocksKaratsuba(piece, x + at, y, yn, threshold, piece + 2 * yn);
+        else
+            multiplyMagnitudes(piece, y, yn, x + at, pieceLength);
+        bool carry = addBlocksInto(result + at, xn + yn - at, piece, yn + pieceLength);
+        assert(!carry);
+        (void)carry;
+    }
 }
 
 } // namespace
@@ -236,6 +271,12 @@ void BigUnsigned::multiply(const BigUnsigned &a, const BigUnsigned &b)
     }
     reserve(a.length + b.length);
     length = a.length + b.length;
+    if (BigIntFastPaths::takenFor(a, b)) {
+        multiplyMagnitudes(blocks, a.blocks, a.length, b.blocks, b.length);
+        if (blocks[length - 1] == 0)
+            length--;
+        return;
+    }
     for (Index i = 0; i < length; i++)
         blocks[i] = 0;
     for (Index i = 0; i < a.length; i++) {
@@ -271,9 +312,19 @@ void BigUnsigned::divideWithRemainder(const BigUnsigned &b, BigUnsigned &q)
     // shifted to that bit into the scratch array, and keep the difference when no borrow is left.
     // A guard block on top of the dividend takes the bits the shifted divisor pushes out.
     const Index dividendLength = length;
+    const bool fast = BigIntFastPaths::takenFor(*this, b);
     reserveAndKeep(dividendLength + 1);
     length = dividendLength + 1;
     blocks[dividendLength] = 0;
+    if (fast) {
+        q.reserve(dividendLength - b.length + 1);
+        q.length = dividendLength - b.length + 1;
+        divideFast(b, q);
+        if (q.blocks[q.length - 1] == 0)
+            q.length--;
+        trimLeadingZeros();
+        return;
+    }
     std::unique_ptr<Blk[]> scratch(new Blk[dividendLength + 1]);
 
     q.reserve(dividendLength - b.length + 1);
@@ -297,6 +348,32 @@ void BigUnsigned::divideWithRemainder(const BigUnsigned &b, BigUnsigned &q)
     if (q.blocks[q.length - 1] == 0)
         q.length--;
     trimLeadingZeros();
+}
+
+// The receiver holds the dividend and a zero guard block on top, q the room for the quotient.
+void BigUnsigned::divideFast(const BigUnsigned &b, BigUnsigned &q)
+{
+    const Index dividendLength = length - 1;
+    if (b.length == 1) {
+        blocks[0] = divideBlocksBySingle(q.blocks, blocks, dividendLength, b.blocks[0]);
+        length = 1;
+        return;
+    }
+    // Knuth's algorithm D wants the divisor's top bit set: shift both operands by the same
+    // amount, and the remainder back at the end.
+    const unsigned shift = leadingZeroBits(b.blocks[b.length - 1]);
+    std::unique_ptr<Blk[]> shiftedDivisor;
+    const Blk *divisor = b.blocks;
+    if (shift > 0) {
+        shiftedDivisor.reset(new Blk[b.length]);
+        shiftBlocksLeft(shiftedDivisor.get(), b.blocks, b.length, shift);
+        divisor = shiftedDivisor.get();
+        blocks[dividendLength] = shiftBlocksLeft(blocks, blocks, dividendLength, shift);
+    }
+    divideBlocksNormalised(q.blocks, blocks, dividendLength, divisor, b.length);
+    if (shift > 0)
+        shiftBlocksRight(blocks, blocks, b.length, shift);
+    length = b.length;
 }
 
 void BigUnsigned::bitAnd(const BigUnsigned &a, const BigUnsigned &b)

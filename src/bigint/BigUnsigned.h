@@ -100,6 +100,7 @@ public:
 
 private:
     void holdOneBlock(Blk b);
+    void divideFast(const BigUnsigned &b, BigUnsigned &q);
 };
 
 #endif // ORVEX_BIGINT_BIGUNSIGNED_H

@@ -1,0 +1,40 @@
+// Internal to the library; not installed.
+#ifndef ORVEX_BIGINT_FASTPATHS_P_H
+#define ORVEX_BIGINT_FASTPATHS_P_H
+
+#include "bigint/BigUnsigned.h"
+
+#include <atomic>
+
+// The integer operations have two paths: the reference algorithms, which fix every result,
+// length, capacity and thrown text (those of non-normal values included), and fast paths taken
+// only for operands in normal form, which leave exactly what the reference leaves.
+namespace BigIntFastPaths {
+
+// Cleared, every operation runs its reference algorithm alone: the tests compare the two paths
+// this way and the benchmarks measure both. Set by default; flip it only while no other thread
+// computes.
+extern std::atomic<bool> enabled;
+
+inline bool isNormal(const BigUnsigned &x)
+{
+    return x.getLength() == 0 || x.blockAt(x.getLength() - 1) != 0;
+}
+
+inline bool takenFor(const BigUnsigned &x)
+{
+    return enabled.load(std::memory_order_relaxed) && isNormal(x);
+}
+
+inline bool takenFor(const BigUnsigned &x, const BigUnsigned &y)
+{
+    return takenFor(x) && isNormal(y);
+}
+
+// Operands of this many blocks or more (both of them) are multiplied by Karatsuba's method;
+// measured with bench_integers, where rows of block products stop winning.
+constexpr BigUnsigned::Index karatsubaThreshold = 40;
+
+} // namespace BigIntFastPaths
+
+#endif // ORVEX_BIGINT_FASTPATHS_P_H
