@@ -1,5 +1,7 @@
 #include "bigint/BigUnsignedInABase.h"
 
+#include "bigint/FastPaths_p.h"
+
 #include <cassert>
 
 namespace {
@@ -20,6 +22,24 @@ int symbolValue(char symbol)
         return symbol - 'a' + 10;
     return -1;
 }
+
+using Blk = BigUnsigned::Blk;
+
+// The largest power of the base that fits a block, and its exponent: the digits a block holds.
+struct Chunk
+{
+    unsigned long power = 1;
+    unsigned digits = 0;
+
+    // Bases 0 and 1 (left by the string constructor) give a chunk of no digits.
+    explicit Chunk(unsigned base)
+    {
+        while (base > 1 && power * base <= 0xFFFFFFFFul) {
+            power *= base;
+            digits++;
+        }
+    }
+};
 
 } // namespace
 
@@ -47,9 +67,28 @@ BigUnsignedInABase::BigUnsignedInABase(const BigUnsigned &x, Base base) : base(b
     const unsigned long bitCount = 32ul * x.getLength();
     reserve(Index((bitCount + bitsPerDigit - 1) / bitsPerDigit));
 
+    Index digitCount = 0;
+    if (BigIntFastPaths::takenFor(x)) {
+        // A block's worth of digits per division. The dividend and quotient trade places each
+        // round, so nothing is copied.
+        const Chunk chunk(base);
+        const BigUnsigned divisor(Blk(chunk.power));
+        BigUnsigned values[2] = {x, BigUnsigned()};
+        for (int current = 0; !values[current].isZero(); current ^= 1) {
+            values[current].divideWithRemainder(divisor, values[current ^ 1]);
+            Blk part = values[current].toUnsignedInt();
+            const bool last = values[current ^ 1].isZero();
+            for (unsigned j = 0; j < chunk.digits && !(last && part == 0); j++) {
+                assert(digitCount < capacity);
+                blocks[digitCount++] = Digit(part % base);
+                part /= base;
+            }
+        }
+        length = digitCount;
+        return;
+    }
     BigUnsigned quotient(x), remainder;
     const BigUnsigned bigBase(base);
-    Index digitCount = 0;
     while (!quotient.isZero()) {
         remainder = quotient;
         remainder.divideWithRemainder(bigBase, quotient);
@@ -88,7 +127,22 @@ BigUnsignedInABase::operator BigUnsigned() const
     // Horner's rule from the most significant digit.
     BigUnsigned result, shifted;
     const BigUnsigned bigBase(base);
-    for (Index i = length; i > 0; i--) {
+    Index i = length;
+    const Chunk chunk(base);
+    if (BigIntFastPaths::enabled && chunk.digits > 0 && length > chunk.digits + 1) {
+        // A block's worth of digits per step, except for the last chunk.digits + 1 digits. Those
+        // go one at a time as below, so that the result's capacity is the one digit-by-digit
+        // steps leave: those last steps grow it at least as far as any earlier one could.
+        const BigUnsigned power(Blk(chunk.power));
+        for (; i > chunk.digits + 1 + chunk.digits; i -= chunk.digits) {
+            Blk part = 0;
+            for (Index j = i; j > i - chunk.digits; j--)
+                part = part * base + blocks[j - 1];
+            shifted.multiply(result, power);
+            result.add(shifted, BigUnsigned(part));
+        }
+    }
+    for (; i > 0; i--) {
         shifted.multiply(result, bigBase);
         result.add(shifted, BigUnsigned(blocks[i - 1]));
     }
