@@ -1,0 +1,284 @@
+// The integer library against GMP (mpz) and Boost.Multiprecision's cpp_int on the same operands:
+// multiply, divide 2n by n bits, modexp with an n-bit odd modulus and exponent, gcd, and decimal
+// text both ways. With ORVEX_BENCH_REFERENCE=1 the library runs its reference algorithms only.
+#include "RatioReporter.h"
+
+#include <bigint/BigInt.h>
+#include <bigint/FastPaths_p.h>
+
+#include <boost/multiprecision/cpp_int.hpp>
+#include <gmp.h>
+
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using BoostInt = boost::multiprecision::cpp_int;
+typedef std::vector<unsigned> Blocks;
+
+// Random n-bit values with the top bit set (odd on request), the same for every library.
+Blocks randomBlocks(unsigned bits, unsigned seed, bool odd = false)
+{
+    std::mt19937 random(seed);
+    Blocks blocks((bits + 31) / 32);
+    for (unsigned &block : blocks)
+        block = unsigned(random());
+    const unsigned topBits = bits - 32 * unsigned(blocks.size() - 1);
+    if (topBits < 32)
+        blocks.back() &= (1u << topBits) - 1;
+    blocks.back() |= 1u << (topBits - 1);
+    if (odd)
+        blocks.front() |= 1;
+    return blocks;
+}
+
+BigUnsigned toOrvex(const Blocks &b)
+{
+    return BigUnsigned(b.data(), BigUnsigned::Index(b.size()));
+}
+
+BoostInt toBoost(const Blocks &b)
+{
+    BoostInt x;
+    import_bits(x, b.begin(), b.end(), 32, false);
+    return x;
+}
+
+// An mpz_t that clears itself.
+struct Mpz
+{
+    mpz_t value;
+    Mpz() { mpz_init(value); }
+    explicit Mpz(const Blocks &b)
+    {
+        mpz_init(value);
+        mpz_import(value, b.size(), -1, sizeof(unsigned), 0, 0, b.data());
+    }
+    ~Mpz() { mpz_clear(value); }
+    Mpz(const Mpz &) = delete;
+    Mpz &operator=(const Mpz &) = delete;
+};
+
+// multiply: two n-bit values.
+void multiplyOrvex(benchmark::State &state)
+{
+    const unsigned n = unsigned(state.range(0));
+    const BigUnsigned a = toOrvex(randomBlocks(n, 1)), b = toOrvex(randomBlocks(n, 2));
+    BigUnsigned r;
+    for (auto _ : state) {
+        r.multiply(a, b);
+        benchmark::DoNotOptimize(r);
+    }
+}
+
+void multiplyGmp(benchmark::State &state)
+{
+    const unsigned n = unsigned(state.range(0));
+    Mpz a(randomBlocks(n, 1)), b(randomBlocks(n, 2)), r;
+    for (auto _ : state) {
+        mpz_mul(r.value, a.value, b.value);
+        benchmark::DoNotOptimize(r.value);
+    }
+}
+
+void multiplyBoost(benchmark::State &state)
+{
+    const unsigned n = unsigned(state.range(0));
+    const BoostInt a = toBoost(randomBlocks(n, 1)), b = toBoost(randomBlocks(n, 2));
+    BoostInt r;
+    for (auto _ : state) {
+        r = a * b;
+        benchmark::DoNotOptimize(r);
+    }
+}
+
+// divide: a 2n-bit dividend by an n-bit divisor, quotient and remainder.
+void divideOrvex(benchmark::State &state)
+{
+    const unsigned n = unsigned(state.range(0));
+    const BigUnsigned a = toOrvex(randomBlocks(2 * n, 3)), b = toOrvex(randomBlocks(n, 4));
+    BigUnsigned r, q;
+    for (auto _ : state) {
+        r = a; // the division works in place on the dividend
+        r.divideWithRemainder(b, q);
+        benchmark::DoNotOptimize(r);
+        benchmark::DoNotOptimize(q);
+    }
+}
+
+void divideGmp(benchmark::State &state)
+{
+    const unsigned n = unsigned(state.range(0));
+    Mpz a(randomBlocks(2 * n, 3)), b(randomBlocks(n, 4)), q, r;
+    for (auto _ : state) {
+        mpz_tdiv_qr(q.value, r.value, a.value, b.value);
+        benchmark::DoNotOptimize(q.value);
+    }
+}
+
+void divideBoost(benchmark::State &state)
+{
+    const unsigned n = unsigned(state.range(0));
+    const BoostInt a = toBoost(randomBlocks(2 * n, 3)), b = toBoost(randomBlocks(n, 4));
+    BoostInt q, r;
+    for (auto _ : state) {
+        divide_qr(a, b, q, r);
+        benchmark::DoNotOptimize(q);
+    }
+}
+
+// modexp: base, exponent and odd modulus of n bits each.
+void modexpOrvex(benchmark::State &state)
+{
+    const unsigned n = unsigned(state.range(0));
+    const BigInteger base(toOrvex(randomBlocks(n, 5)));
+    const BigUnsigned exponent = toOrvex(randomBlocks(n, 6));
+    const BigUnsigned modulus = toOrvex(randomBlocks(n, 7, true));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(modexp(base, exponent, modulus));
+}
+
+void modexpGmp(benchmark::State &state)
+{
+    const unsigned n = unsigned(state.range(0));
+    Mpz base(randomBlocks(n, 5)), exponent(randomBlocks(n, 6)), modulus(randomBlocks(n, 7, true));
+    Mpz r;
+    for (auto _ : state) {
+        mpz_powm(r.value, base.value, exponent.value, modulus.value);
+        benchmark::DoNotOptimize(r.value);
+    }
+}
+
+void modexpBoost(benchmark::State &state)
+{
+    const unsigned n = unsigned(state.range(0));
+    const BoostInt base = toBoost(randomBlocks(n, 5)), exponent = toBoost(randomBlocks(n, 6));
+    const BoostInt modulus = toBoost(randomBlocks(n, 7, true));
+    for (auto _ : state) {
+        BoostInt r = powm(base, exponent, modulus);
+        benchmark::DoNotOptimize(r);
+    }
+}
+
+// gcd: two n-bit values.
+void gcdOrvex(benchmark::State &state)
+{
+    const unsigned n = unsigned(state.range(0));
+    const BigUnsigned a = toOrvex(randomBlocks(n, 8)), b = toOrvex(randomBlocks(n, 9));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(gcd(a, b));
+}
+
+void gcdGmp(benchmark::State &state)
+{
+    const unsigned n = unsigned(state.range(0));
+    Mpz a(randomBlocks(n, 8)), b(randomBlocks(n, 9)), r;
+    for (auto _ : state) {
+        mpz_gcd(r.value, a.value, b.value);
+        benchmark::DoNotOptimize(r.value);
+    }
+}
+
+void gcdBoost(benchmark::State &state)
+{
+    const unsigned n = unsigned(state.range(0));
+    const BoostInt a = toBoost(randomBlocks(n, 8)), b = toBoost(randomBlocks(n, 9));
+    for (auto _ : state) {
+        BoostInt r = gcd(a, b);
+        benchmark::DoNotOptimize(r);
+    }
+}
+
+// totext: an n-bit value to decimal text.
+void toTextOrvex(benchmark::State &state)
+{
+    const BigUnsigned x = toOrvex(randomBlocks(unsigned(state.range(0)), 10));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(bigUnsignedToString(x));
+}
+
+void toTextGmp(benchmark::State &state)
+{
+    Mpz x(randomBlocks(unsigned(state.range(0)), 10));
+    std::vector<char> text(mpz_sizeinbase(x.value, 10) + 2);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(mpz_get_str(text.data(), 10, x.value));
+}
+
+void toTextBoost(benchmark::State &state)
+{
+    const BoostInt x = toBoost(randomBlocks(unsigned(state.range(0)), 10));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(x.str());
+}
+
+// fromtext: decimal text of an n-bit value to a number.
+std::string decimalText(unsigned bits)
+{
+    return bigUnsignedToString(toOrvex(randomBlocks(bits, 11)));
+}
+
+void fromTextOrvex(benchmark::State &state)
+{
+    const std::string text = decimalText(unsigned(state.range(0)));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(stringToBigUnsigned(text));
+}
+
+void fromTextGmp(benchmark::State &state)
+{
+    const std::string text = decimalText(unsigned(state.range(0)));
+    Mpz x;
+    for (auto _ : state) {
+        mpz_set_str(x.value, text.c_str(), 10);
+        benchmark::DoNotOptimize(x.value);
+    }
+}
+
+void fromTextBoost(benchmark::State &state)
+{
+    const std::string text = decimalText(unsigned(state.range(0)));
+    for (auto _ : state) {
+        BoostInt x(text);
+        benchmark::DoNotOptimize(x);
+    }
+}
+
+void operandSizes(benchmark::internal::Benchmark *benchmark)
+{
+    benchmark->Arg(256)->Arg(1024)->Arg(4096)->Arg(16384);
+}
+
+void modexpSizes(benchmark::internal::Benchmark *benchmark)
+{
+    benchmark->Arg(256)->Arg(1024)->Arg(2048)->Arg(4096)->Unit(benchmark::kMicrosecond);
+}
+
+} // namespace
+
+#define ORVEX_INTEGER_CASE(name, function, sizes)                \
+  BENCHMARK(function##Orvex)->Name(name "/orvex")->Apply(sizes); \
+  BENCHMARK(function##Gmp)->Name(name "/gmp")->Apply(sizes);     \
+  BENCHMARK(function##Boost)->Name(name "/boost")->Apply(sizes)
+
+ORVEX_INTEGER_CASE("multiply", multiply, operandSizes);
+ORVEX_INTEGER_CASE("divide", divide, operandSizes);
+ORVEX_INTEGER_CASE("modexp", modexp, modexpSizes);
+ORVEX_INTEGER_CASE("gcd", gcd, operandSizes);
+ORVEX_INTEGER_CASE("totext", toText, operandSizes);
+ORVEX_INTEGER_CASE("fromtext", fromText, operandSizes);
+
+int main(int argc, char **argv)
+{
+    const char *reference = std::getenv("ORVEX_BENCH_REFERENCE");
+    if (reference && std::string(reference) == "1")
+        BigIntFastPaths::enabled = false;
+    benchmark::Initialize(&argc, argv);
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+    return 0;
+}
