@@ -52,33 +52,67 @@ X convertToSignedPrimitive(const BigUnsigned &x)
 
 // Fast paths
 
-// result[0..xn+yn) = x * y; result overlaps neither operand. Above the threshold the longer
-// operand is cut into pieces as long as the shorter, each multiplied by Karatsuba's method.
-void multiplyMagnitudes(Blk *result, const Blk *x, Index xn, const Blk *y, Index yn)
+// Limb storage for a fast path: on the stack when small, else on the heap.
+class LimbBuffer
+{
+public:
+    explicit LimbBuffer(Index n) : data(n <= localSize ? local : new Word[n])
+    {
+        if (data != local)
+            heap.reset(data);
+    }
+    Word *get() { return data; }
+
+private:
+    static constexpr Index localSize = 256;
+    Word local[localSize];
+    std::unique_ptr<Word[]> heap;
+    Word *data;
+};
+
+// product[0..xn+yn) = x * y in limbs; product overlaps neither operand. Above the threshold the
+// longer operand is cut into pieces as long as the shorter, each multiplied by Karatsuba's method.
+void multiplyLimbs(Word *product, const Word *x, Index xn, const Word *y, Index yn)
 {
     if (xn < yn) {
         std::swap(x, y);
         std::swap(xn, yn);
     }
-    const Index threshold = BigIntFastPaths::karatsubaThreshold;
+    const Index threshold = wordsFor(BigIntFastPaths::karatsubaThreshold);
     if (yn < threshold) {
-        multiplyBlocksSchoolbook(result, x, xn, y, yn);
+        multiplySchoolbook(product, x, xn, y, yn);
         return;
     }
-    std::unique_ptr<Blk[]> scratch(new Blk[2 * yn + karatsubaScratchSize(yn, threshold)]);
-    Blk *piece = scratch.get();
+    LimbBuffer scratch(2 * yn + karatsubaScratchSize(yn, threshold));
+    Word *piece = scratch.get();
     for (Index i = 0; i < xn + yn; i++)
-        result[i] = 0;
+        product[i] = 0;
     for (Index at = 0; at < xn; at += yn) {
         const Index pieceLength = xn - at < yn ? xn - at : yn;
         if (pieceLength == yn)
-            multiplyBlocksKaratsuba(piece, x + at, y, yn, threshold, piece + 2 * yn);
+            multiplyKaratsuba(piece, x + at, y, yn, threshold, piece + 2 * yn);
         else
-            multiplyMagnitudes(piece, y, yn, x + at, pieceLength);
-        bool carry = addBlocksInto(result + at, xn + yn - at, piece, yn + pieceLength);
+            multiplyLimbs(piece, y, yn, x + at, pieceLength);
+        bool carry = addInto(product + at, xn + yn - at, piece, yn + pieceLength);
         assert(!carry);
         (void)carry;
     }
+}
+
+// result[0..xn+yn) = x * y; result overlaps neither operand.
+void multiplyMagnitudes(Blk *result, const Blk *x, Index xn, const Blk *y, Index yn)
+{
+    if (xn == 1 || yn == 1) {
+        multiplySchoolbook(result, x, xn, y, yn);
+        return;
+    }
+    const Index xw = wordsFor(xn), yw = wordsFor(yn);
+    LimbBuffer buffer(2 * (xw + yw));
+    Word *wx = buffer.get(), *wy = wx + xw, *product = wy + yw;
+    blocksToWords(wx, x, xn);
+    blocksToWords(wy, y, yn);
+    multiplyLimbs(product, wx, xw, wy, yw);
+    wordsToBlocks(result, product, xn + yn);
 }
 
 } // namespace
@@ -355,24 +389,33 @@ void BigUnsigned::divideFast(const BigUnsigned &b, BigUnsigned &q)
 {
     const Index dividendLength = length - 1;
     if (b.length == 1) {
-        blocks[0] = divideBlocksBySingle(q.blocks, blocks, dividendLength, b.blocks[0]);
+        blocks[0] = divideBySingle(q.blocks, blocks, dividendLength, b.blocks[0]);
         length = 1;
         return;
     }
-    // Knuth's algorithm D wants the divisor's top bit set: shift both operands by the same
-    // amount, and the remainder back at the end.
-    const unsigned shift = leadingZeroBits(b.blocks[b.length - 1]);
-    std::unique_ptr<Blk[]> shiftedDivisor;
-    const Blk *divisor = b.blocks;
-    if (shift > 0) {
-        shiftedDivisor.reset(new Blk[b.length]);
-        shiftBlocksLeft(shiftedDivisor.get(), b.blocks, b.length, shift);
-        divisor = shiftedDivisor.get();
-        blocks[dividendLength] = shiftBlocksLeft(blocks, blocks, dividendLength, shift);
+    const Index un = wordsFor(dividendLength), vn = wordsFor(b.length);
+    LimbBuffer buffer(un + 1 + vn + un - vn + 1);
+    Word *u = buffer.get(), *v = u + un + 1, *quotient = v + vn;
+    blocksToWords(u, blocks, dividendLength);
+    u[un] = 0;
+    blocksToWords(v, b.blocks, b.length);
+    if (vn == 1) {
+        u[0] = divideBySingle(quotient, u, un, v[0]);
+    } else {
+        // Knuth's algorithm D wants the divisor's top bit set: shift both operands by the same
+        // amount, and the remainder back at the end.
+        const unsigned shift = leadingZeroBits(v[vn - 1]);
+        if (shift > 0) {
+            shiftLeft(v, v, vn, shift);
+            u[un] = shiftLeft(u, u, un, shift);
+        }
+        divideNormalised(quotient, u, un, v, vn);
+        if (shift > 0)
+            shiftRight(u, u, vn, shift);
     }
-    divideBlocksNormalised(q.blocks, blocks, dividendLength, divisor, b.length);
-    if (shift > 0)
-        shiftBlocksRight(blocks, blocks, b.length, shift);
+    // The limbs hold at least as many blocks as q and the remainder; the blocks above are zero.
+    wordsToBlocks(q.blocks, quotient, q.length);
+    wordsToBlocks(blocks, u, b.length);
     length = b.length;
 }
 

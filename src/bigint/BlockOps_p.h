@@ -16,14 +16,16 @@ using Index = BigUnsigned::Index;
 
 constexpr unsigned bitsPerBlock = 32;
 
-inline void copyBlocks(Blk *result, const Blk *x, Index n)
+template <class Limb>
+inline void copyBlocks(Limb *result, const Limb *x, Index n)
 {
     for (Index i = 0; i < n; i++)
         result[i] = x[i];
 }
 
 // -1, 0 or 1 as x is below, equal to or above y, both n blocks long.
-inline int compareBlocks(const Blk *x, const Blk *y, Index n)
+template <class Limb>
+inline int compareBlocks(const Limb *x, const Limb *y, Index n)
 {
     for (Index i = n; i > 0; i--) {
         if (x[i - 1] != y[i - 1])
@@ -33,10 +35,11 @@ inline int compareBlocks(const Blk *x, const Blk *y, Index n)
 }
 
 // result = x + y + carry over n blocks; returns the carry out. result may be x or y.
-inline bool addBlocks(Blk *result, const Blk *x, const Blk *y, Index n, bool carry)
+template <class Limb>
+inline bool addBlocks(Limb *result, const Limb *x, const Limb *y, Index n, bool carry)
 {
     for (Index i = 0; i < n; i++) {
-        Blk sum = x[i] + y[i];
+        Limb sum = x[i] + y[i];
         bool carryOut = sum < x[i];
         if (carry) {
             sum++;
@@ -49,10 +52,11 @@ inline bool addBlocks(Blk *result, const Blk *x, const Blk *y, Index n, bool car
 }
 
 // result = x - y - borrow over n blocks; returns the borrow out. result may be x or y.
-inline bool subtractBlocks(Blk *result, const Blk *x, const Blk *y, Index n, bool borrow)
+template <class Limb>
+inline bool subtractBlocks(Limb *result, const Limb *x, const Limb *y, Index n, bool borrow)
 {
     for (Index i = 0; i < n; i++) {
-        Blk difference = x[i] - y[i];
+        Limb difference = x[i] - y[i];
         bool borrowOut = difference > x[i];
         if (borrow) {
             borrowOut |= difference == 0;
@@ -65,7 +69,8 @@ inline bool subtractBlocks(Blk *result, const Blk *x, const Blk *y, Index n, boo
 }
 
 // x += 1 over n blocks, stopping where the carry stops; returns the carry out of the top.
-inline bool incrementBlocks(Blk *x, Index n)
+template <class Limb>
+inline bool incrementBlocks(Limb *x, Index n)
 {
     for (Index i = 0; i < n; i++) {
         if (++x[i] != 0)
@@ -75,7 +80,8 @@ inline bool incrementBlocks(Blk *x, Index n)
 }
 
 // x -= 1 over n blocks, stopping where the borrow stops; returns the borrow out of the top.
-inline bool decrementBlocks(Blk *x, Index n)
+template <class Limb>
+inline bool decrementBlocks(Limb *x, Index n)
 {
     for (Index i = 0; i < n; i++) {
         if (x[i]-- != 0)
@@ -139,81 +145,105 @@ inline bool subtractShiftedFrom(Blk *result, const Blk *source, Index borrowLimi
     return borrow;
 }
 
-// Fast-path primitives. They work on blocks as the loops above do, but form each block product
-// in 64 bits (the double width of a block), so a carry here is a whole block, not a bool.
+// Fast-path primitives. They work on limbs, which are blocks or, where the compiler has a 128-bit
+// type, words of two blocks, and form each limb product in double width; a carry here is a whole
+// limb, not a bool.
 
-using Wide = unsigned long long;
-static_assert(sizeof(Wide) * 8 == 2 * bitsPerBlock, "a product of two blocks must fit a Wide");
-
-inline Blk lowBlock(Wide w)
+template <class Limb>
+struct DoubleWidth;
+template <>
+struct DoubleWidth<Blk>
 {
-    return Blk(w);
+    typedef unsigned long long Type;
+};
+
+#ifdef __SIZEOF_INT128__
+typedef unsigned long long Word;
+template <>
+struct DoubleWidth<Word>
+{
+    __extension__ typedef unsigned __int128 Type;
+};
+#else
+typedef Blk Word;
+#endif
+
+template <class Limb>
+constexpr unsigned bitsPerLimb = 8 * sizeof(Limb);
+
+template <class Limb>
+inline typename DoubleWidth<Limb>::Type joinLimbs(Limb high, Limb low)
+{
+    return typename DoubleWidth<Limb>::Type(high) << bitsPerLimb<Limb> | low;
 }
 
-inline Blk highBlock(Wide w)
+template <class Limb>
+inline Limb highLimb(typename DoubleWidth<Limb>::Type w)
 {
-    return Blk(w >> bitsPerBlock);
+    return Limb(w >> bitsPerLimb<Limb>);
 }
 
-inline Wide joinBlocks(Blk high, Blk low)
-{
-    return Wide(high) << bitsPerBlock | low;
-}
-
-// Number of zero bits above the top set bit of a non-zero block.
-inline unsigned leadingZeroBits(Blk x)
+// Number of zero bits above the top set bit of a non-zero limb.
+template <class Limb>
+inline unsigned leadingZeroBits(Limb x)
 {
     assert(x != 0);
     unsigned n = 0;
-    for (; !(x & (Blk(1) << (bitsPerBlock - 1))); x <<= 1)
+    for (; !(x >> (bitsPerLimb<Limb> - 1)); x <<= 1)
         n++;
     return n;
 }
 
-// result[0..n) += x[0..n) * y; returns the block carried out of the top.
-inline Blk multiplyAddBlock(Blk *result, const Blk *x, Index n, Blk y)
+// result[0..n) += x[0..n) * y; returns the limb carried out of the top.
+template <class Limb>
+inline Limb multiplyAddLimb(Limb *result, const Limb *x, Index n, Limb y)
 {
-    Blk carry = 0;
+    typedef typename DoubleWidth<Limb>::Type Double;
+    Limb carry = 0;
     for (Index i = 0; i < n; i++) {
-        const Wide t = Wide(x[i]) * y + result[i] + carry;
-        result[i] = lowBlock(t);
-        carry = highBlock(t);
+        const Double t = Double(x[i]) * y + result[i] + carry;
+        result[i] = Limb(t);
+        carry = highLimb<Limb>(t);
     }
     return carry;
 }
 
-// result[0..n) -= x[0..n) * y; returns the block borrowed from above the top.
-inline Blk multiplySubtractBlock(Blk *result, const Blk *x, Index n, Blk y)
+// result[0..n) -= x[0..n) * y; returns the limb borrowed from above the top.
+template <class Limb>
+inline Limb multiplySubtractLimb(Limb *result, const Limb *x, Index n, Limb y)
 {
-    Blk borrow = 0;
+    typedef typename DoubleWidth<Limb>::Type Double;
+    Limb borrow = 0;
     for (Index i = 0; i < n; i++) {
-        const Wide product = Wide(x[i]) * y + borrow;
-        const Blk low = lowBlock(product);
-        borrow = highBlock(product) + (result[i] < low);
+        const Double product = Double(x[i]) * y + borrow;
+        const Limb low = Limb(product);
+        borrow = highLimb<Limb>(product) + (result[i] < low);
         result[i] -= low;
     }
     return borrow;
 }
 
-// result[0..xn+yn) = x * y by rows of block products; result may not overlap x or y.
-inline void multiplyBlocksSchoolbook(Blk *result, const Blk *x, Index xn, const Blk *y, Index yn)
+// result[0..xn+yn) = x * y by rows of limb products; result may not overlap x or y.
+template <class Limb>
+inline void multiplySchoolbook(Limb *result, const Limb *x, Index xn, const Limb *y, Index yn)
 {
     for (Index i = 0; i < xn + yn; i++)
         result[i] = 0;
     for (Index i = 0; i < xn; i++)
-        result[i + yn] = multiplyAddBlock(result + i, y, yn, x[i]);
+        result[i + yn] = multiplyAddLimb(result + i, y, yn, x[i]);
 }
 
 // Adds x[0..xn) into target[0..targetLength), xn <= targetLength, carrying on; returns the carry
 // out of the top.
-inline bool addBlocksInto(Blk *target, Index targetLength, const Blk *x, Index xn)
+template <class Limb>
+inline bool addInto(Limb *target, Index targetLength, const Limb *x, Index xn)
 {
     assert(xn <= targetLength);
     return addBlocks(target, target, x, xn, false)
             && incrementBlocks(target + xn, targetLength - xn);
 }
 
-// Scratch blocks multiplyBlocksKaratsuba needs for two n-block operands.
+// Scratch limbs multiplyKaratsuba needs for two n-limb operands.
 inline Index karatsubaScratchSize(Index n, Index threshold)
 {
     Index size = 0;
@@ -223,119 +253,125 @@ inline Index karatsubaScratchSize(Index n, Index threshold)
 }
 
 // result[0..2n) = x[0..n) * y[0..n) by Karatsuba's three half-size products, down to rows of
-// block products below `threshold` blocks. scratch holds karatsubaScratchSize(n, threshold)
-// blocks; result overlaps neither the operands nor the scratch.
-inline void multiplyBlocksKaratsuba(Blk *result, const Blk *x, const Blk *y, Index n,
-                                    Index threshold, Blk *scratch)
+// limb products below `threshold` limbs. scratch holds karatsubaScratchSize(n, threshold) limbs;
+// result overlaps neither the operands nor the scratch.
+template <class Limb>
+inline void multiplyKaratsuba(Limb *result, const Limb *x, const Limb *y, Index n, Index threshold,
+                              Limb *scratch)
 {
     if (n < threshold || n < 4) {
-        multiplyBlocksSchoolbook(result, x, n, y, n);
+        multiplySchoolbook(result, x, n, y, n);
         return;
     }
-    // x = x1 * B^low + x0 with x0 of `low` blocks, x1 of `high` (= low or low + 1) blocks.
+    // x = x1 * B^low + x0 with x0 of `low` limbs, x1 of `high` (= low or low + 1) limbs.
     const Index low = n / 2;
     const Index high = n - low;
-    Blk *xDifference = scratch;
-    Blk *yDifference = xDifference + high;
-    Blk *middle = yDifference + high; // 2 * high + 1 blocks
-    Blk *cross = middle + 2 * high + 1; // 2 * high blocks
-    Blk *deeper = cross + 2 * high;
+    Limb *xDifference = scratch;
+    Limb *yDifference = xDifference + high;
+    Limb *middle = yDifference + high; // 2 * high + 1 limbs
+    Limb *cross = middle + 2 * high + 1; // 2 * high limbs
+    Limb *deeper = cross + 2 * high;
 
     // |x0 - x1| and |y0 - y1|, remembering whether the product of the differences is negative.
     bool negative = false;
     for (int operand = 0; operand < 2; operand++) {
-        const Blk *v = operand == 0 ? x : y;
-        Blk *difference = operand == 0 ? xDifference : yDifference;
-        Blk *padded = difference; // x0 or y0 widened to `high` blocks
-        copyBlocks(padded, v, low);
+        const Limb *v = operand == 0 ? x : y;
+        Limb *difference = operand == 0 ? xDifference : yDifference;
+        copyBlocks(difference, v, low); // x0 or y0 widened to `high` limbs
         if (high != low)
-            padded[low] = 0;
-        const bool lowIsSmaller = compareBlocks(padded, v + low, high) < 0;
+            difference[low] = 0;
+        const bool lowIsSmaller = compareBlocks(difference, v + low, high) < 0;
         if (lowIsSmaller)
-            subtractBlocks(difference, v + low, padded, high, false);
+            subtractBlocks(difference, v + low, difference, high, false);
         else
-            subtractBlocks(difference, padded, v + low, high, false);
+            subtractBlocks(difference, difference, v + low, high, false);
         negative ^= lowIsSmaller;
     }
 
-    multiplyBlocksKaratsuba(result, x, y, low, threshold, deeper);
-    multiplyBlocksKaratsuba(result + 2 * low, x + low, y + low, high, threshold, deeper);
-    multiplyBlocksKaratsuba(cross, xDifference, yDifference, high, threshold, deeper);
+    multiplyKaratsuba(result, x, y, low, threshold, deeper);
+    multiplyKaratsuba(result + 2 * low, x + low, y + low, high, threshold, deeper);
+    multiplyKaratsuba(cross, xDifference, yDifference, high, threshold, deeper);
 
     // middle = x0*y0 + x1*y1 -+ |x0 - x1| * |y0 - y1|, which is x0*y1 + x1*y0 >= 0.
     copyBlocks(middle, result + 2 * low, 2 * high);
     middle[2 * high] = 0;
-    addBlocksInto(middle, 2 * high + 1, result, 2 * low);
+    addInto(middle, 2 * high + 1, result, 2 * low);
     if (negative)
-        addBlocksInto(middle, 2 * high + 1, cross, 2 * high);
+        addInto(middle, 2 * high + 1, cross, 2 * high);
     else if (subtractBlocks(middle, middle, cross, 2 * high, false))
         decrementBlocks(middle + 2 * high, 1);
-    bool carry = addBlocksInto(result + low, 2 * n - low, middle, 2 * high + 1);
+    bool carry = addInto(result + low, 2 * n - low, middle, 2 * high + 1);
     assert(!carry);
     (void)carry;
 }
 
-// result[0..n) = x[0..n) shifted left by k bits (0 < k < 32); returns the bits pushed out of the
-// top. result may be x.
-inline Blk shiftBlocksLeft(Blk *result, const Blk *x, Index n, unsigned k)
+// result[0..n) = x[0..n) shifted left by k bits (0 < k < limb width); returns the bits pushed out
+// of the top. result may be x.
+template <class Limb>
+inline Limb shiftLeft(Limb *result, const Limb *x, Index n, unsigned k)
 {
-    assert(k > 0 && k < bitsPerBlock);
-    Blk out = 0;
-    for (Index i = n; i > 0; i--) {
-        const Blk b = x[i - 1];
-        if (i == n)
-            out = b >> (bitsPerBlock - k);
-        result[i - 1] = b << k | (i > 1 ? x[i - 2] >> (bitsPerBlock - k) : 0);
-    }
+    assert(k > 0 && k < bitsPerLimb<Limb>);
+    const Limb out = n > 0 ? x[n - 1] >> (bitsPerLimb<Limb> - k) : 0;
+    for (Index i = n; i > 1; i--)
+        result[i - 1] = x[i - 1] << k | x[i - 2] >> (bitsPerLimb<Limb> - k);
+    if (n > 0)
+        result[0] = x[0] << k;
     return out;
 }
 
-// result[0..n) = x[0..n) shifted right by k bits (0 < k < 32), zeros coming in at the top.
-// result may be x.
-inline void shiftBlocksRight(Blk *result, const Blk *x, Index n, unsigned k)
+// result[0..n) = x[0..n) shifted right by k bits (0 < k < limb width), zeros coming in at the
+// top. result may be x.
+template <class Limb>
+inline void shiftRight(Limb *result, const Limb *x, Index n, unsigned k)
 {
-    assert(k > 0 && k < bitsPerBlock);
-    for (Index i = 0; i < n; i++)
-        result[i] = x[i] >> k | (i + 1 < n ? x[i + 1] << (bitsPerBlock - k) : 0);
+    assert(k > 0 && k < bitsPerLimb<Limb>);
+    for (Index i = 0; i + 1 < n; i++)
+        result[i] = x[i] >> k | x[i + 1] << (bitsPerLimb<Limb> - k);
+    if (n > 0)
+        result[n - 1] = x[n - 1] >> k;
 }
 
 // quotient[0..n) = x[0..n) / d, d non-zero; returns the remainder. quotient may be x.
-inline Blk divideBlocksBySingle(Blk *quotient, const Blk *x, Index n, Blk d)
+template <class Limb>
+inline Limb divideBySingle(Limb *quotient, const Limb *x, Index n, Limb d)
 {
+    typedef typename DoubleWidth<Limb>::Type Double;
     assert(d != 0);
-    Wide remainder = 0;
+    Limb remainder = 0;
     for (Index i = n; i > 0; i--) {
-        const Wide current = remainder << bitsPerBlock | x[i - 1];
-        quotient[i - 1] = Blk(current / d);
-        remainder = current % d;
+        const Double current = joinLimbs(remainder, x[i - 1]);
+        quotient[i - 1] = Limb(current / d);
+        remainder = Limb(current % d);
     }
-    return Blk(remainder);
+    return remainder;
 }
 
-// Knuth's algorithm D: u[0..un] (un + 1 blocks, the top one a guard) divided by v[0..vn), where
+// Knuth's algorithm D: u[0..un] (un + 1 limbs, the top one a guard) divided by v[0..vn), where
 // 2 <= vn <= un and v's top bit is set. quotient[0..un-vn] receives the quotient and u[0..vn) the
-// remainder; u's blocks above are left zero.
-inline void divideBlocksNormalised(Blk *quotient, Blk *u, Index un, const Blk *v, Index vn)
+// remainder; u's limbs above are left zero.
+template <class Limb>
+inline void divideNormalised(Limb *quotient, Limb *u, Index un, const Limb *v, Index vn)
 {
-    assert(vn >= 2 && vn <= un && (v[vn - 1] >> (bitsPerBlock - 1)) == 1);
-    const Blk vTop = v[vn - 1];
-    const Blk vNext = v[vn - 2];
+    typedef typename DoubleWidth<Limb>::Type Double;
+    assert(vn >= 2 && vn <= un && (v[vn - 1] >> (bitsPerLimb<Limb> - 1)) == 1);
+    const Limb vTop = v[vn - 1];
+    const Limb vNext = v[vn - 2];
     for (Index j = un - vn + 1; j > 0;) {
         j--;
-        // Estimate the quotient block from the top two blocks, then correct it with the third:
+        // Estimate the quotient limb from the top two limbs, then correct it with the third:
         // afterwards it is exact or one too large.
-        const Wide top = joinBlocks(u[j + vn], u[j + vn - 1]);
-        Wide estimate = top / vTop;
-        Wide rest = top % vTop;
-        while (highBlock(estimate) != 0
-               || estimate * vNext > joinBlocks(lowBlock(rest), u[j + vn - 2])) {
+        const Double top = joinLimbs(u[j + vn], u[j + vn - 1]);
+        Double estimate = top / vTop;
+        Double rest = top % vTop;
+        while (highLimb<Limb>(estimate) != 0
+               || estimate * vNext > joinLimbs(Limb(rest), u[j + vn - 2])) {
             estimate--;
             rest += vTop;
-            if (highBlock(rest) != 0)
+            if (highLimb<Limb>(rest) != 0)
                 break;
         }
-        Blk q = lowBlock(estimate);
-        const Blk borrow = multiplySubtractBlock(u + j, v, vn, q);
+        Limb q = Limb(estimate);
+        const Limb borrow = multiplySubtractLimb(u + j, v, vn, q);
         const bool tooLarge = u[j + vn] < borrow;
         u[j + vn] -= borrow;
         if (tooLarge) {
@@ -344,6 +380,31 @@ inline void divideBlocksNormalised(Blk *quotient, Blk *u, Index un, const Blk *v
         }
         quotient[j] = q;
     }
+}
+
+// words[0..(n+1)/2) from blocks x[0..n), two blocks a word, the lower block in the low half; an
+// odd count gets a zero high half on top.
+inline void blocksToWords(Word *words, const Blk *x, Index n)
+{
+    constexpr Index blocksPerWord = sizeof(Word) / sizeof(Blk);
+    for (Index i = 0; i < n; i++) {
+        const Word part = Word(x[i]) << (i % blocksPerWord * bitsPerBlock);
+        words[i / blocksPerWord] = i % blocksPerWord == 0 ? part : words[i / blocksPerWord] | part;
+    }
+}
+
+// blocks[0..n) from the words holding them.
+inline void wordsToBlocks(Blk *blocks, const Word *words, Index n)
+{
+    constexpr Index blocksPerWord = sizeof(Word) / sizeof(Blk);
+    for (Index i = 0; i < n; i++)
+        blocks[i] = Blk(words[i / blocksPerWord] >> (i % blocksPerWord * bitsPerBlock));
+}
+
+// Limbs needed for n blocks.
+constexpr Index wordsFor(Index n)
+{
+    return Index((n + sizeof(Word) / sizeof(Blk) - 1) / (sizeof(Word) / sizeof(Blk)));
 }
 
 } // namespace BlockOps

@@ -32,8 +32,9 @@ inline bool takenFor(const BigUnsigned &x, const BigUnsigned &y)
 }
 
 // Operands of this many blocks or more (both of them) are multiplied by Karatsuba's method;
-// measured with bench_integers, where rows of block products stop winning.
-constexpr BigUnsigned::Index karatsubaThreshold = 40;
+// measured with bench_integers, where rows of limb products stop winning. Even, so that it is a
+// whole number of two-block words.
+constexpr BigUnsigned::Index karatsubaThreshold = 48;
 
 } // namespace BigIntFastPaths
 

@@ -83,7 +83,7 @@ public:
         if (count > 0 && blocks.last() == 0)
             blocks.last() = 1 + random.bounded(0xFFFFFFFFu);
         const BigUnsigned x = fromBlocks(blocks);
-        if (normal)
+        if (normal || count == 0)
             return x;
         // A truncated 2^32 is one zero block; times a normal value, count + 1 zero blocks.
         const BigUnsigned zeroBlocks = BigUnsigned(1ul << 32) * fromBlocks(blocks + Blocks{1});
@@ -170,11 +170,11 @@ void tst_BigIntPaths::initTestCase()
 void tst_BigIntPaths::multiplyAndDivide()
 {
     // Quotient estimates one too large, which only these rare operands reach: the estimate from
-    // the top blocks passes its check, and the product of the whole divisor must be added back.
+    // the top limbs (two-block words) passes its check, and the product of the whole divisor must be added back.
     const QVector<QPair<Blocks, Blocks>> addBack = {
-            {{0, 0, 0, 1}, {1, 0, 0x80000000u}},
-            {{0, 0, 0, 1}, {0x7FFFFFFFu, 0, 0x80000000u}},
-            {{0, 0, 0, 0, 1}, {0xFFFFFFFFu, 0, 0x80000000u}},
+            {{0, 0, 0, 0, 0, 0, 1}, {1, 0, 0, 0, 0, 0x80000000u}},
+            {{0, 0, 0, 0, 0, 0, 1}, {0xFFFFFFFFu, 0x7FFFFFFFu, 0, 0, 0, 0x80000000u}},
+            {{0, 0, 0, 0, 0, 0, 0, 0, 1}, {0xFFFFFFFFu, 0xFFFFFFFFu, 0, 0, 0, 0x80000000u}},
     };
     Operands operands(seed);
     for (int i = -addBack.size(); i < 400; i++) {
