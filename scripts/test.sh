@@ -2,6 +2,8 @@
 # Installs what is missing, builds and runs every test.
 #   scripts/test.sh              plain build in build/
 #   scripts/test.sh --sanitize   AddressSanitizer and UndefinedBehaviorSanitizer build in build-asan/
+#   scripts/test.sh --valgrind   every test program under valgrind's memcheck, build in build-valgrind/
+#   scripts/test.sh --tsan       ThreadSanitizer build (clang) of the tests that run threads, in build-tsan/
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 source "$root/scripts/deps.sh"
@@ -10,23 +12,61 @@ mode=plain
 case "${1:-}" in
     "") ;;
     --sanitize) mode=sanitize ;;
-    *) echo "usage: $0 [--sanitize]" >&2; exit 2 ;;
+    --valgrind) mode=valgrind ;;
+    --tsan) mode=tsan ;;
+    *) echo "usage: $0 [--sanitize | --valgrind | --tsan]" >&2; exit 2 ;;
 esac
 
-orvex_require_packages "${orvex_build_packages[@]}"
+packages=("${orvex_build_packages[@]}")
+case "$mode" in
+    valgrind) packages+=(valgrind) ;;
+    tsan) packages+=(clang) ;;
+esac
+orvex_require_packages "${packages[@]}"
 
 jobs=$(nproc 2>/dev/null || echo 2)
-if [ "$mode" = sanitize ]; then
-    build="$root/build-asan"
-    options=(-DCMAKE_BUILD_TYPE=Debug -DORVEX_SANITIZE=ON)
-    export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
-    export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
-else
-    build="$root/build"
-    options=(-DCMAKE_BUILD_TYPE=Debug)
-fi
+tests=()
+case "$mode" in
+    sanitize)
+        build="$root/build-asan"
+        options=(-DCMAKE_BUILD_TYPE=Debug -DORVEX_SANITIZE=ON)
+        export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
+        export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+        ;;
+    valgrind)
+        build="$root/build-valgrind"
+        # A definite leak or any memory error fails the test; Qt's own one-time allocations that
+        # live to process exit are "still reachable" and not reported.
+        launcher="valgrind;--tool=memcheck;--leak-check=full;--show-leak-kinds=definite"
+        launcher+=";--errors-for-leak-kinds=definite;--error-exitcode=97;--num-callers=30"
+        launcher+=";--suppressions=$root/tests/valgrind.supp"
+        options=(-DCMAKE_BUILD_TYPE=Debug -DORVEX_BUILD_EXAMPLES=OFF "-DORVEX_TEST_LAUNCHER=$launcher")
+        # Qt Test's own watchdog ends a test function after five minutes; memcheck needs longer.
+        export QTEST_FUNCTION_TIMEOUT=3600000
+        ;;
+    tsan)
+        build="$root/build-tsan"
+        export CXX=clang++
+        options=(-DCMAKE_BUILD_TYPE=Debug -DORVEX_SANITIZE_THREAD=ON -DORVEX_BUILD_EXAMPLES=OFF)
+        export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:suppressions=$root/tests/tsan.supp"
+        # The programs that run threads: the logger's writers, the visitor on a small stack, the
+        # message client's stand-in service.
+        tests=(tst_logger tst_domvisitor tst_manager tst_manager_hostile)
+        ;;
+    *)
+        build="$root/build"
+        options=(-DCMAKE_BUILD_TYPE=Debug)
+        ;;
+esac
 
 cmake -S "$root" -B "$build" "${options[@]}"
-cmake --build "$build" -j "$jobs"
-cd "$build"
-ctest --output-on-failure -j "$jobs"
+if [ ${#tests[@]} -gt 0 ]; then
+    cmake --build "$build" -j "$jobs" --target "${tests[@]}"
+    cd "$build"
+    pattern=$(IFS='|'; echo "${tests[*]}")
+    ctest --output-on-failure -j "$jobs" -R "^(${pattern})\$"
+else
+    cmake --build "$build" -j "$jobs"
+    cd "$build"
+    ctest --output-on-failure -j "$jobs"
+fi

@@ -69,8 +69,7 @@ QString nestedBy(const QString &kind, int depth)
     if (kind == QLatin1String("elements"))
         return nested(depth);
     if (kind == QLatin1String("attributes holding > and />"))
-        return QStringLiteral("<e a='>' b=\"/>\">").repeated(depth)
-                + QStringLiteral("</e>").repeated(depth);
+        return QStringLiteral("<e a='>' b=\"/>\">") + nested(inner) + QStringLiteral("</e>");
     if (kind == QLatin1String("self-closing innermost"))
         return nested(inner).insert(inner * 3, QStringLiteral("<e/>"));
     if (kind == QLatin1String("entities opening levels")) {
