@@ -4,6 +4,7 @@
 #include <QThread>
 #include <QtTest>
 
+#include <atomic>
 #include <memory>
 #include <stdexcept>
 #include <vector>
@@ -191,17 +192,22 @@ void tst_Logger::linesFromManyThreads()
     RecordingComposer &composer = recorders[5];
     Orvex::setDefaultLogger(Orvex::LogTrace, &composer);
 
+    // Each thread releases its end through this counter, so that a race checker that cannot see
+    // inside QThread::wait still knows that all posting happened before the drain.
+    std::atomic<int> finished{0};
     std::vector<std::unique_ptr<QThread>> threads;
     for (int t = 0; t < threadCount; ++t) {
-        threads.emplace_back(QThread::create([t] {
+        threads.emplace_back(QThread::create([t, &finished] {
             for (int i = 0; i < linesPerThread; ++i)
                 Orvex::Logger::log(QStringLiteral("%1 %2").arg(t).arg(i), Orvex::LogTrace);
+            finished.fetch_add(1, std::memory_order_release);
         }));
     }
     for (auto &thread : threads)
         thread->start();
     for (auto &thread : threads)
         QVERIFY(thread->wait(30000));
+    QCOMPARE(finished.load(std::memory_order_acquire), threadCount);
     drain();
 
     QCOMPARE(composer.lines.size(), threadCount * linesPerThread);
