@@ -80,7 +80,10 @@ void multiplyLimbs(Word *product, const Word *x, Index xn, const Word *y, Index 
     }
     const Index threshold = wordsFor(BigIntFastPaths::karatsubaThreshold);
     if (yn < threshold) {
-        multiplySchoolbook(product, x, xn, y, yn);
+        if (x == y && xn == yn)
+            squareSchoolbook(product, x, xn);
+        else
+            multiplySchoolbook(product, x, xn, y, yn);
         return;
     }
     LimbBuffer scratch(2 * yn + karatsubaScratchSize(yn, threshold));
@@ -110,7 +113,10 @@ void multiplyMagnitudes(Blk *result, const Blk *x, Index xn, const Blk *y, Index
     LimbBuffer buffer(2 * (xw + yw));
     Word *wx = buffer.get(), *wy = wx + xw, *product = wy + yw;
     blocksToWords(wx, x, xn);
-    blocksToWords(wy, y, yn);
+    if (x == y && xn == yn) // a square: the limb routines see one operand twice, half the products
+        wy = wx;
+    else
+        blocksToWords(wy, y, yn);
     multiplyLimbs(product, wx, xw, wy, yw);
     wordsToBlocks(result, product, xn + yn);
 }

@@ -233,6 +233,58 @@ inline void multiplySchoolbook(Limb *result, const Limb *x, Index xn, const Limb
         result[i + yn] = multiplyAddLimb(result + i, y, yn, x[i]);
 }
 
+// result[0..n) = x[0..n) shifted left by k bits (0 < k < limb width); returns the bits pushed out
+// of the top. result may be x.
+template <class Limb>
+inline Limb shiftLeft(Limb *result, const Limb *x, Index n, unsigned k)
+{
+    assert(k > 0 && k < bitsPerLimb<Limb>);
+    const Limb out = n > 0 ? x[n - 1] >> (bitsPerLimb<Limb> - k) : 0;
+    for (Index i = n; i > 1; i--)
+        result[i - 1] = x[i - 1] << k | x[i - 2] >> (bitsPerLimb<Limb> - k);
+    if (n > 0)
+        result[0] = x[0] << k;
+    return out;
+}
+
+// result[0..n) = x[0..n) shifted right by k bits (0 < k < limb width), zeros coming in at the
+// top. result may be x.
+template <class Limb>
+inline void shiftRight(Limb *result, const Limb *x, Index n, unsigned k)
+{
+    assert(k > 0 && k < bitsPerLimb<Limb>);
+    for (Index i = 0; i + 1 < n; i++)
+        result[i] = x[i] >> k | x[i + 1] << (bitsPerLimb<Limb> - k);
+    if (n > 0)
+        result[n - 1] = x[n - 1] >> k;
+}
+
+// result[0..2n) = x * x: each cross product once, doubled, then the squares of the limbs added;
+// result may not overlap x.
+template <class Limb>
+inline void squareSchoolbook(Limb *result, const Limb *x, Index n)
+{
+    typedef typename DoubleWidth<Limb>::Type Double;
+    for (Index i = 0; i < 2 * n; i++)
+        result[i] = 0;
+    for (Index i = 0; i + 1 < n; i++)
+        result[i + n] = multiplyAddLimb(result + 2 * i + 1, x + i + 1, n - i - 1, x[i]);
+    const Limb out = n > 0 ? shiftLeft(result, result, 2 * n, 1) : 0;
+    assert(out == 0);
+    (void)out;
+    Limb carry = 0;
+    for (Index i = 0; i < n; i++) {
+        const Double square = Double(x[i]) * x[i];
+        const Double low = Double(result[2 * i]) + Limb(square) + carry;
+        result[2 * i] = Limb(low);
+        const Double high =
+                Double(result[2 * i + 1]) + highLimb<Limb>(square) + highLimb<Limb>(low);
+        result[2 * i + 1] = Limb(high);
+        carry = highLimb<Limb>(high);
+    }
+    assert(carry == 0);
+}
+
 // Adds x[0..xn) into target[0..targetLength), xn <= targetLength, carrying on; returns the carry
 // out of the top.
 template <class Limb>
@@ -260,7 +312,10 @@ inline void multiplyKaratsuba(Limb *result, const Limb *x, const Limb *y, Index 
                               Limb *scratch)
 {
     if (n < threshold || n < 4) {
-        multiplySchoolbook(result, x, n, y, n);
+        if (x == y)
+            squareSchoolbook(result, x, n);
+        else
+            multiplySchoolbook(result, x, n, y, n);
         return;
     }
     // x = x1 * B^low + x0 with x0 of `low` limbs, x1 of `high` (= low or low + 1) limbs.
@@ -290,7 +345,9 @@ inline void multiplyKaratsuba(Limb *result, const Limb *x, const Limb *y, Index 
 
     multiplyKaratsuba(result, x, y, low, threshold, deeper);
     multiplyKaratsuba(result + 2 * low, x + low, y + low, high, threshold, deeper);
-    multiplyKaratsuba(cross, xDifference, yDifference, high, threshold, deeper);
+    // A square stays a square: both differences are the same.
+    multiplyKaratsuba(cross, xDifference, x == y ? xDifference : yDifference, high, threshold,
+                      deeper);
 
     // middle = x0*y0 + x1*y1 -+ |x0 - x1| * |y0 - y1|, which is x0*y1 + x1*y0 >= 0.
     copyBlocks(middle, result + 2 * low, 2 * high);
@@ -303,32 +360,6 @@ inline void multiplyKaratsuba(Limb *result, const Limb *x, const Limb *y, Index 
     bool carry = addInto(result + low, 2 * n - low, middle, 2 * high + 1);
     assert(!carry);
     (void)carry;
-}
-
-// result[0..n) = x[0..n) shifted left by k bits (0 < k < limb width); returns the bits pushed out
-// of the top. result may be x.
-template <class Limb>
-inline Limb shiftLeft(Limb *result, const Limb *x, Index n, unsigned k)
-{
-    assert(k > 0 && k < bitsPerLimb<Limb>);
-    const Limb out = n > 0 ? x[n - 1] >> (bitsPerLimb<Limb> - k) : 0;
-    for (Index i = n; i > 1; i--)
-        result[i - 1] = x[i - 1] << k | x[i - 2] >> (bitsPerLimb<Limb> - k);
-    if (n > 0)
-        result[0] = x[0] << k;
-    return out;
-}
-
-// result[0..n) = x[0..n) shifted right by k bits (0 < k < limb width), zeros coming in at the
-// top. result may be x.
-template <class Limb>
-inline void shiftRight(Limb *result, const Limb *x, Index n, unsigned k)
-{
-    assert(k > 0 && k < bitsPerLimb<Limb>);
-    for (Index i = 0; i + 1 < n; i++)
-        result[i] = x[i] >> k | x[i + 1] << (bitsPerLimb<Limb> - k);
-    if (n > 0)
-        result[n - 1] = x[n - 1] >> k;
 }
 
 // quotient[0..n) = x[0..n) / d, d non-zero; returns the remainder. quotient may be x.
