@@ -1,23 +1,18 @@
+// The service executable's command line, its registry and control socket, through the test
+// service run as a separate process.
 #include "service/QtServiceController.h"
 #include "service/QtUnixServerSocket.h"
 
 #include <QtTest>
 
 #include <csignal>
+#include <cstdio>
 
-#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
-const QString testServicePath = QStringLiteral(ORVEX_TEST_SERVICE_PATH);
-
-const QByteArray helpText = "\n" + testServicePath.toLatin1()
-        + " -[i|u|e|s|v|h]\n\t-i(nstall) [account] [password]\t: Install the service, optionally "
-          "using given account and password\n\t-u(ninstall)\t: Uninstall the service.\n\t-e(xec)"
-          "\t\t: Run as a regular application. Useful for debugging.\n\t-t(erminate)\t: Stop the "
-          "service.\n\t-c(ommand) num\t: Send command code num to the service.\n\t-v(ersion)\t: "
-          "Print version and status information.\n\t-h(elp)   \t: Show this help\n\tNo "
-          "arguments\t: Start the service.\n";
+const QString servicePath = QStringLiteral(ORVEX_TEST_SERVICE_PATH);
 
 struct Outcome
 {
@@ -43,17 +38,19 @@ private slots:
     void initTestCase();
     void cleanup();
 
-    void options_data();
-    void options();
-    void controlCommands_data();
-    void controlCommands();
-    void serviceRunsInThisProcess();
-    void runInForegroundHasNoSocketAndNoLog();
-    void plainStartSpawnsDetachedService();
+    void socketPathFromName();
+    void registryRecord();
+    void uninstallWithUnwritableRegistry();
+    void commandLine_data();
+    void commandLine();
+    void runsInThisProcess_data();
+    void runsInThisProcess();
+    void startsDetached();
 
 private:
-    Outcome runService(const QStringList &arguments, const QStringList &environment = {});
-    QList<QByteArray> records() const;
+    Outcome runService(const QStringList &arguments, const QString &environment = QString());
+    QList<QByteArray> startRecords() const;
+    qint64 startDetached();
 
     QTemporaryDir dir;
     QString name;
@@ -66,15 +63,12 @@ void tst_ServiceHost::initTestCase()
 {
     QVERIFY(dir.isValid());
     QSettings::setPath(QSettings::NativeFormat, QSettings::SystemScope, dir.filePath("registry"));
-    const qint64 pid = QCoreApplication::applicationPid();
-    name = QStringLiteral("Orvex Host-Test %1").arg(pid);
+    name = QStringLiteral("Orvex Host-Test %1").arg(QCoreApplication::applicationPid());
     recordFile = dir.filePath(QStringLiteral("record"));
-
-    QProcess id;
-    id.start(QStringLiteral("id"), {QStringLiteral("-un")});
-    QVERIFY(id.waitForFinished(5000));
-    const QString login = QString::fromLocal8Bit(id.readAllStandardOutput()).trimmed();
-    socketFile = QStringLiteral("/var/tmp/orvexhosttest%1.%2").arg(pid).arg(login);
+    socketFile = socketPath(name);
+    // For the installer that QtServiceController::install runs.
+    qputenv("ORVEX_TEST_REGISTRY", dir.filePath("registry").toLocal8Bit());
+    qputenv("ORVEX_TEST_SERVICE", name.toLocal8Bit());
 }
 
 void tst_ServiceHost::cleanup()
@@ -84,166 +78,178 @@ void tst_ServiceHost::cleanup()
         QTRY_VERIFY_WITH_TIMEOUT(processGone(detachedPid), 5000);
         detachedPid = 0;
     }
+    QDir(socketFile).removeRecursively();
     QFile::remove(socketFile);
     QFile::remove(recordFile);
     QtServiceController(name).uninstall();
 }
 
-Outcome tst_ServiceHost::runService(const QStringList &arguments, const QStringList &environment)
+Outcome tst_ServiceHost::runService(const QStringList &arguments, const QString &environment)
 {
     QProcess process;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.remove(QStringLiteral("QTSERVICE_RUN"));
-    env.insert(QStringLiteral("ORVEX_TEST_REGISTRY"), dir.filePath(QStringLiteral("registry")));
-    env.insert(QStringLiteral("ORVEX_TEST_SERVICE"), name);
     env.insert(QStringLiteral("ORVEX_TEST_RECORD"), recordFile);
-    for (const QString &variable : environment)
+    for (const QString &variable : environment.split(QLatin1Char(' '), Qt::SkipEmptyParts))
         env.insert(variable.section(QLatin1Char('='), 0, 0), variable.section(QLatin1Char('='), 1));
     process.setProcessEnvironment(env);
-    process.start(testServicePath, arguments);
+    process.start(servicePath, arguments);
     // Runs the event loop meanwhile, so that a listener in this process can answer.
     QDeadlineTimer deadline(10000);
     while (process.state() != QProcess::NotRunning && !deadline.hasExpired())
         QTest::qWait(10);
-    Outcome outcome;
     if (process.state() != QProcess::NotRunning) {
         process.kill();
         process.waitForFinished(5000);
-        return outcome;
+        return {};
     }
-    outcome.exitCode = process.exitCode();
-    outcome.out = process.readAllStandardOutput();
-    outcome.err = process.readAllStandardError();
-    return outcome;
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
-QList<QByteArray> tst_ServiceHost::records() const
+// The lines the test service recorded, from the first start() on.
+QList<QByteArray> tst_ServiceHost::startRecords() const
 {
     QFile file(recordFile);
     if (!file.open(QIODevice::ReadOnly))
         return {};
-    return file.readAll().split('\n');
+    const QByteArray all = file.readAll();
+    const int start = all.indexOf("start ");
+    return start < 0 ? QList<QByteArray>() : all.mid(start).split('\n');
 }
 
-void tst_ServiceHost::options_data()
+void tst_ServiceHost::socketPathFromName()
 {
-    const QByteArray n = name.toLatin1();
-    const QByteArray path = testServicePath.toLatin1();
-    const QByteArray version = "The service\n\t" + n + "\n\t" + path + "\n\n";
+    QProcess id;
+    id.start(QStringLiteral("id"), {QStringLiteral("-un")});
+    QVERIFY(id.waitForFinished(5000));
+    const QString login = QString::fromLocal8Bit(id.readAllStandardOutput()).trimmed();
+    // Lower-case letters and digits only, whatever the second argument says.
+    QCOMPARE(socketPath(QStringLiteral("My-Service_2")), "/var/tmp/myservice2." + login);
+    QCOMPARE(socketPath(QString::fromUtf8("äöü")), "/var/tmp/." + login);
+    QCOMPARE(encodeName(QStringLiteral("A b-C"), true), QStringLiteral("abc"));
+}
+
+void tst_ServiceHost::registryRecord()
+{
+    QtServiceController controller(name);
+    QVERIFY(controller.uninstall());
+    QVERIFY(!controller.start());
+    QVERIFY(!QtServiceController::install(dir.filePath("no-such-program"), QString(), QString()));
+    QVERIFY(!QtServiceController::install(QStringLiteral("false"), QString(), QString()));
+    QVERIFY(!controller.isInstalled());
+
+    QVERIFY(QtServiceController::install(servicePath, QString(), QString()));
+    QVERIFY(controller.isInstalled());
+    QVERIFY(!QtServiceController(name.toLower()).isInstalled());
+    QCOMPARE(controller.serviceFilePath(), servicePath);
+    QCOMPARE(controller.serviceDescription(), QStringLiteral("Records itself for the tests"));
+    // Written as "automaticStartup", read as "startupType".
+    QCOMPARE(controller.startupType(), QtServiceController::AutoStartup);
+    QSettings settings(QSettings::SystemScope, QStringLiteral("Pleiklukla"), QString());
+    settings.beginGroup(QStringLiteral("services/") + name);
+    QCOMPARE(settings.childKeys(), QStringList({"automaticStartup", "description", "path"}));
+    QCOMPARE(settings.value("automaticStartup").toInt(), int(QtServiceController::ManualStartup));
+
+    // Nobody listens: refused at once, without waiting. Somebody listens: not started twice.
+    QVERIFY(!controller.stop());
+    QVERIFY(!controller.sendCommand(1));
+    QtUnixServerSocket server(socketFile);
+    QVERIFY(controller.isRunning());
+    QVERIFY(!controller.start());
+    server.close();
+    QVERIFY(controller.uninstall());
+    QVERIFY(!controller.isInstalled());
+}
+
+void tst_ServiceHost::uninstallWithUnwritableRegistry()
+{
+    // A settings file that is a directory can be neither read nor replaced, whoever runs this.
+    QTemporaryDir other;
+    QVERIFY(QDir(other.path()).mkpath(QStringLiteral("Pleiklukla.conf")));
+    QSettings::setPath(QSettings::NativeFormat, QSettings::SystemScope, other.path());
+    QTemporaryFile file;
+    QVERIFY(file.open());
+    std::fflush(stderr);
+    const int saved = ::dup(STDERR_FILENO);
+    ::dup2(file.handle(), STDERR_FILENO);
+    const bool uninstalled = QtServiceController(name).uninstall();
+    std::fflush(stderr);
+    ::dup2(saved, STDERR_FILENO);
+    ::close(saved);
+    QSettings::setPath(QSettings::NativeFormat, QSettings::SystemScope, dir.filePath("registry"));
+    QVERIFY(!uninstalled);
+    QVERIFY(file.seek(0));
+    QCOMPARE(file.readAll(),
+             "Cannot uninstall \"" + name.toLatin1() + "\". Cannot write to: "
+                     + other.filePath(QStringLiteral("Pleiklukla.conf")).toLatin1()
+                     + ". Check permissions.\n");
+}
+
+void tst_ServiceHost::commandLine_data()
+{
     QTest::addColumn<bool>("installed");
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QStringList>("environment");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QByteArray>("out");
-    QTest::addColumn<QByteArray>("errStart");
-
-    const QStringList none;
-    QTest::newRow("help") << false << QStringList{"-h"} << none << 0 << helpText << QByteArray();
-    QTest::newRow("help, long") << false << QStringList{"-help"} << none << 0 << helpText
-                                << QByteArray();
-    QTest::newRow("version, not installed") << false << QStringList{"-v"} << none << 0
-                                            << version + "is not installed and not running\n\n"
-                                            << QByteArray();
-    QTest::newRow("version, installed") << true << QStringList{"-version"} << none << 0
-                                        << version + "is installed and not running\n\n"
-                                        << QByteArray();
-    QTest::newRow("install") << false << QStringList{"-i", "account", "secret"} << none << 0
-                             << "The service " + n + " has been installed under: " + path + "\n"
-                             << QByteArray();
-    QTest::newRow("install again") << true << QStringList{"-install"} << none << 0 << QByteArray()
-                                   << "The service " + n + " is already installed\n";
-    QTest::newRow("uninstall") << true << QStringList{"-u"} << none << 0
-                               << "The service " + n + " has been uninstalled.\n"
-                               << QByteArray();
-    QTest::newRow("uninstall, not installed")
-            << false << QStringList{"-uninstall"} << none << 0 << QByteArray()
-            << "The service " + n + " is not installed\n";
-    QTest::newRow("terminate, not running")
-            << false << QStringList{"-t"} << none << 0 << QByteArray()
-            << QByteArray("The service could not be stopped.");
-    QTest::newRow("pause, not running")
-            << false << QStringList{"-p"} << none << 0 << QByteArray() << QByteArray();
-    QTest::newRow("command, not running")
-            << false << QStringList{"-c", "3"} << none << 0 << QByteArray() << QByteArray();
-    QTest::newRow("exec without application")
-            << false << QStringList{"-e"} << QStringList{"ORVEX_TEST_NO_APP=1"} << 255
-            << QByteArray() << QByteArray("The service could not be executed.");
-    QTest::newRow("run without application")
-            << false << QStringList() << QStringList{"ORVEX_TEST_NO_APP=1", "QTSERVICE_RUN=1"}
-            << 255 << QByteArray() << QByteArray("The service failed to run.");
-}
-
-void tst_ServiceHost::options()
-{
-    QFETCH(bool, installed);
-    QFETCH(QStringList, arguments);
-    QFETCH(QStringList, environment);
-    QFETCH(int, exitCode);
-    QFETCH(QByteArray, out);
-    QFETCH(QByteArray, errStart);
-
-    if (installed)
-        QCOMPARE(runService({QStringLiteral("-i")}).exitCode, 0);
-    const Outcome outcome = runService(arguments, environment);
-    QCOMPARE(outcome.exitCode, exitCode);
-    QCOMPARE(outcome.out, out);
-    QVERIFY2(outcome.err.startsWith(errStart), outcome.err.constData());
-    if (errStart.isEmpty())
-        QCOMPARE(outcome.err, QByteArray());
-    const QString option = arguments.value(0);
-    const bool installedAfter = option.startsWith(QLatin1String("-i"))
-            || (installed && !option.startsWith(QLatin1String("-u")));
-    QCOMPARE(QtServiceController(name).isInstalled(), installedAfter);
-}
-
-void tst_ServiceHost::controlCommands_data()
-{
-    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QString>("environment");
     QTest::addColumn<QByteArray>("answer");
     QTest::addColumn<QByteArray>("sent");
     QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QByteArray>("err");
-
-    QTest::newRow("command without number") << QStringList{"-c"} << QByteArray("true")
-                                            << QByteArray("num:0\r\n") << 0 << QByteArray();
-    QTest::newRow("command with number") << QStringList{"-command", "-7"} << QByteArray("false")
-                                         << QByteArray("num:-7\r\n") << 0 << QByteArray();
-    QTest::newRow("command with letters") << QStringList{"-c", "abc"} << QByteArray("true")
-                                          << QByteArray("num:0\r\n") << 0 << QByteArray();
-    QTest::newRow("negative command") << QStringList{"-c", "-5"} << QByteArray("true")
-                                      << QByteArray("num:-5\r\n") << 0 << QByteArray();
+    QTest::addColumn<QString>("out");
+    QTest::addColumn<QString>("errStart");
+    // A non-null answer has this process listen as the service. In the texts "@" stands for the
+    // service name, "%" for the executable's path.
+    const auto row = [](const char *what, bool installed, const char *arguments,
+                        const char *environment, const QByteArray &answer, const char *sent,
+                        int exitCode, const char *out, const char *err) {
+        QTest::newRow(what) << installed << arguments << environment << answer << QByteArray(sent)
+                            << exitCode << out << err;
+    };
+    const QByteArray none;
+    row("help", false, "-help", "", none, "", 0, "\n% -[i|u|e|s|v|h]\n\t-i(nstall) [account]", "");
+    row("version", true, "-version", "", none, "", 0,
+        "The service\n\t@\n\t%\n\nis installed and not running\n\n", "");
+    row("install", false, "-i account secret", "", none, "", 0,
+        "The service @ has been installed under: %\n", "");
+    row("install again", true, "-install", "", none, "", 0, "",
+        "The service @ is already installed\n");
+    row("uninstall", true, "-u", "", none, "", 0, "The service @ has been uninstalled.\n", "");
+    row("uninstall, not installed", false, "-uninstall", "", none, "", 0, "",
+        "The service @ is not installed\n");
+    row("exec without application", false, "-e", "ORVEX_TEST_NO_APP=1", none, "", 255, "",
+        "The service could not be executed.");
+    row("run without application", false, "", "ORVEX_TEST_NO_APP=1 QTSERVICE_RUN=1", none, "", 255,
+        "", "The service failed to run.");
     // A refused terminate shows in a warning, so the answer rule can be seen from outside.
-    const QByteArray refused = "The service could not be stopped.";
-    QTest::newRow("terminate") << QStringList{"-terminate"} << QByteArray("true")
-                               << QByteArray("terminate\r\n") << 0 << QByteArray();
-    QTest::newRow("answer up to a zero byte") << QStringList{"-t"} << QByteArray("true\0x", 6)
-                                              << QByteArray("terminate\r\n") << 0 << QByteArray();
-    QTest::newRow("answer with line break") << QStringList{"-t"} << QByteArray("true\r\n")
-                                            << QByteArray("terminate\r\n") << 0 << refused;
-    QTest::newRow("answer in another case") << QStringList{"-t"} << QByteArray("True")
-                                            << QByteArray("terminate\r\n") << 0 << refused;
-    QTest::newRow("answer false") << QStringList{"-t"} << QByteArray("false")
-                                  << QByteArray("terminate\r\n") << 0 << refused;
-    QTest::newRow("pause") << QStringList{"-pause"} << QByteArray("true") << QByteArray("pause\r\n")
-                           << 0 << QByteArray();
-    QTest::newRow("resume") << QStringList{"-r"} << QByteArray("false") << QByteArray("resume\r\n")
-                            << 0 << QByteArray();
-    QTest::newRow("start while an instance answers")
-            << QStringList() << QByteArray("true") << QByteArray("alive\r\n") << 252
-            << "The service " + name.toLatin1() + " could not start\n";
+    const char *refused = "The service could not be stopped.";
+    row("terminate, not running", false, "-t", "", none, "", 0, "", refused);
+    row("terminate", false, "-terminate", "", QByteArray("true\0x", 6), "terminate\r\n", 0, "", "");
+    row("answer with line break", false, "-t", "", "true\r\n", "terminate\r\n", 0, "", refused);
+    row("command without number", false, "-c", "", "true", "num:0\r\n", 0, "", "");
+    row("command with letters", false, "-command abc", "", "true", "num:0\r\n", 0, "", "");
+    row("negative command", false, "-c -5", "", "false", "num:-5\r\n", 0, "", "");
+    row("pause", false, "-pause", "", "true", "pause\r\n", 0, "", "");
+    row("resume", false, "-r", "", "false", "resume\r\n", 0, "", "");
+    row("start while an instance answers", false, "", "", "true", "alive\r\n", 252, "",
+        "The service @ could not start\n");
 }
 
-void tst_ServiceHost::controlCommands()
+void tst_ServiceHost::commandLine()
 {
-    QFETCH(QStringList, arguments);
+    QFETCH(bool, installed);
+    QFETCH(QString, arguments);
+    QFETCH(QString, environment);
     QFETCH(QByteArray, answer);
     QFETCH(QByteArray, sent);
     QFETCH(int, exitCode);
-    QFETCH(QByteArray, err);
+    QFETCH(QString, out);
+    QFETCH(QString, errStart);
 
-    // This process plays the running service.
-    QtUnixServerSocket server(socketFile);
-    QVERIFY(server.isListening());
+    if (installed)
+        QCOMPARE(runService({QStringLiteral("-i")}).exitCode, 0);
+    QtUnixServerSocket server;
+    if (!answer.isNull()) {
+        server.setPath(socketFile);
+        QVERIFY(server.isListening());
+    }
     QByteArray received;
     connect(&server, &QTcpServer::newConnection, this, [&] {
         QTcpSocket *connection = server.nextPendingConnection();
@@ -253,73 +259,82 @@ void tst_ServiceHost::controlCommands()
                 connection->write(answer);
         });
     });
-
-    const Outcome outcome = runService(arguments);
+    const Outcome outcome = runService(arguments.split(' ', Qt::SkipEmptyParts), environment);
     server.close();
     QCOMPARE(received, sent);
     QCOMPARE(outcome.exitCode, exitCode);
-    QVERIFY2(outcome.err.startsWith(err), outcome.err.constData());
-    QCOMPARE(outcome.err.isEmpty(), err.isEmpty());
-    QVERIFY(records().join().isEmpty());
+    const auto expand = [this](QString text) {
+        return text.replace('@', name).replace('%', servicePath).toLatin1();
+    };
+    QVERIFY2(outcome.out.startsWith(expand(out)), outcome.out.constData());
+    QCOMPARE(outcome.out.isEmpty(), out.isEmpty());
+    QVERIFY2(outcome.err.startsWith(expand(errStart)), outcome.err.constData());
+    QCOMPARE(outcome.err.isEmpty(), errStart.isEmpty());
+    const QString option = arguments.section(' ', 0, 0);
+    QCOMPARE(QtServiceController(name).isInstalled(),
+             (option == "-i" && exitCode == 0) || (installed && option != "-u"));
+    QVERIFY(startRecords().isEmpty());
 }
 
-void tst_ServiceHost::serviceRunsInThisProcess()
+void tst_ServiceHost::runsInThisProcess_data()
 {
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("started");
+
+    const QByteArray path = servicePath.toLocal8Bit();
+    const QByteArray here = " loop 1 umask 27 cwd " + QDir::currentPath().toLocal8Bit();
     // QTSERVICE_RUN marks the service process: it runs here, whatever the argument.
-    const Outcome outcome = runService({QStringLiteral("-x")}, {QStringLiteral("QTSERVICE_RUN=1")});
+    QTest::newRow("service") << QStringList{"-x"} << here + " socket yes args " + path + "|-x";
+    QTest::newRow("foreground: no socket, no log")
+            << QStringList{"-e", "extra"} << " socket no args " + path + "|extra";
+}
+
+void tst_ServiceHost::runsInThisProcess()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, started);
+
+    const bool service = arguments.value(0) != "-e";
+    const Outcome outcome = runService(arguments, service ? "QTSERVICE_RUN=1" : "");
     QCOMPARE(outcome.exitCode, 0);
-    QCOMPARE(outcome.err, QByteArray());
-    const QList<QByteArray> lines = records();
-    QVERIFY(!lines.isEmpty());
-    const QByteArray start = lines.first();
-    QVERIFY2(start.startsWith("start pid ") && start.contains(" loop 1 umask 27 ")
-                     && start.endsWith(" socket yes args " + testServicePath.toLocal8Bit() + "|-x"),
-             start.constData());
+    QCOMPARE(outcome.out + outcome.err, QByteArray());
+    const QList<QByteArray> lines = startRecords();
+    QVERIFY2(lines.value(0).startsWith("start pid ") && lines.value(0).endsWith(started),
+             lines.value(0).constData());
     const QByteArray open = "openlog orvexhosttest"
             + QByteArray::number(QCoreApplication::applicationPid()) + " 1 24";
     QCOMPARE(lines.mid(1),
-             QList<QByteArray>({open, "syslog 3 failed", "closelog", open, "syslog 4 one",
-                                "syslog 4 ", "syslog 4 100% %s", "syslog 4 ", "closelog", open,
-                                "syslog 6 note", "closelog", ""}));
+             service ? QList<QByteArray>({open, "syslog 3 failed", "closelog", open, "syslog 4 one",
+                                          "syslog 4 ", "syslog 4 100% %s", "syslog 4 ", "closelog",
+                                          open, "syslog 6 note", "closelog", ""})
+                     : QList<QByteArray>({""}));
     // The socket file went with the event loop's end.
     QVERIFY(!QFileInfo::exists(socketFile));
 }
 
-void tst_ServiceHost::runInForegroundHasNoSocketAndNoLog()
+// Starts the service detached, with the record file removed first; its process id, or 0.
+qint64 tst_ServiceHost::startDetached()
 {
-    const Outcome outcome = runService({QStringLiteral("-e"), QStringLiteral("extra")});
-    QCOMPARE(outcome.exitCode, 0);
-    const QList<QByteArray> lines = records();
-    QCOMPARE(lines.size(), 2);
-    QVERIFY2(lines.first().endsWith(" socket no args " + testServicePath.toLocal8Bit() + "|extra"),
-             lines.first().constData());
+    QFile::remove(recordFile);
+    const Outcome launcher = runService({QStringLiteral("-x")}, "ORVEX_TEST_STAY=1");
+    if (launcher.exitCode != 0 || !(launcher.out + launcher.err).isEmpty())
+        return 0;
+    QDeadlineTimer deadline(10000);
+    while (startRecords().isEmpty() && !deadline.hasExpired())
+        QTest::qWait(20);
+    // Detached: run from "/", listening, with the unrecognised argument passed on.
+    const QByteArray start = startRecords().value(0);
+    const QByteArray expected =
+            " loop 1 umask 27 cwd / socket yes args " + servicePath.toLocal8Bit() + "|-x";
+    return start.endsWith(expected) ? start.split(' ').value(2).toLongLong() : 0;
 }
 
-void tst_ServiceHost::plainStartSpawnsDetachedService()
+void tst_ServiceHost::startsDetached()
 {
-    const Outcome launcher =
-            runService({QStringLiteral("-x")}, {QStringLiteral("ORVEX_TEST_STAY=1")});
-    QCOMPARE(launcher.exitCode, 0);
-    QCOMPARE(launcher.out + launcher.err, QByteArray());
-
-    QTRY_VERIFY_WITH_TIMEOUT(records().first().startsWith("start pid "), 10000);
-    const QByteArray start = records().first();
-    detachedPid = start.split(' ').value(2).toLongLong();
+    detachedPid = startDetached();
     QVERIFY(detachedPid > 0);
-    QVERIFY2(start.contains(" loop 1 umask 27 cwd / socket yes args "
-                            + testServicePath.toLocal8Bit() + "|-x"),
-             start.constData());
-    struct stat info;
-    QVERIFY(::stat(QFile::encodeName(socketFile).constData(), &info) == 0);
-    QVERIFY(S_ISSOCK(info.st_mode));
-
     // Connecting is enough to count as running; nothing waits for an answer.
-    const Outcome version = runService({QStringLiteral("-v")});
-    QVERIFY(version.out.endsWith("is not installed and running\n\n"));
-    int starts = 0;
-    for (const QByteArray &line : records())
-        starts += line.startsWith("start ") ? 1 : 0;
-    QCOMPARE(starts, 1);
+    QVERIFY(runService({QStringLiteral("-v")}).out.endsWith("is not installed and running\n\n"));
 }
 
 QTEST_GUILESS_MAIN(tst_ServiceHost)

@@ -3,148 +3,86 @@
 
 #include <QtTest>
 
-namespace {
-
-int openDescriptorCount()
-{
-    return QDir(QStringLiteral("/dev/fd"))
-            .entryList(QDir::AllEntries | QDir::NoDotAndDotDot)
-            .size();
-}
-
-} // namespace
-
 class tst_UnixSocket : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void init();
-
-    void bytesFlowBothWays();
-    void staleFileDoesNotStopListening();
-    void missingDirectoryLeavesServerIdle();
-    void pathIsUsedUpToNul();
+    void listenOverWhatIsThere_data();
+    void listenOverWhatIsThere();
     void connectToNobodyLeaksNothing_data();
     void connectToNobodyLeaksNothing();
-
-private:
-    QString socketFile(const QString &name) const { return dir->filePath(name); }
-
-    QScopedPointer<QTemporaryDir> dir;
 };
 
-void tst_UnixSocket::init()
+void tst_UnixSocket::listenOverWhatIsThere_data()
 {
-    dir.reset(new QTemporaryDir);
-    QVERIFY(dir->isValid());
+    QTest::addColumn<QString>("inTheWay");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<bool>("listening");
+    QTest::newRow("fresh path") << ""
+                                << "s" << true;
+    QTest::newRow("socket file of a server destroyed without close") << "socket"
+                                                                     << "s" << true;
+    QTest::newRow("regular file") << "file"
+                                  << "s" << true;
+    QTest::newRow("path with NUL: used up to it")
+            << "" << QStringLiteral("s") + QChar(0) + "tail" << true;
+    QTest::newRow("directory missing") << ""
+                                       << "missing/s" << false;
 }
 
-void tst_UnixSocket::bytesFlowBothWays()
+void tst_UnixSocket::listenOverWhatIsThere()
 {
-    const QString path = socketFile(QStringLiteral("s"));
-    QtUnixServerSocket server(path);
-    QVERIFY(server.isListening());
-    QCOMPARE(server.path, path);
+    QFETCH(QString, inTheWay);
+    QFETCH(QString, path);
+    QFETCH(bool, listening);
 
-    QtUnixSocket client;
-    QVERIFY(client.connectTo(path));
-    QCOMPARE(client.state(), QAbstractSocket::ConnectedState);
-    QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), 5000);
-    QTcpSocket *accepted = server.nextPendingConnection();
-
-    QByteArray atServer;
-    QByteArray atClient;
-    connect(accepted, &QIODevice::readyRead, this, [&] {
-        atServer += accepted->readAll();
-    });
-    connect(&client, &QIODevice::readyRead, this, [&] {
-        atClient += client.readAll();
-    });
-    client.write("ping\r\n");
-    QTRY_COMPARE_WITH_TIMEOUT(atServer, QByteArray("ping\r\n"), 5000);
-    accepted->write("true");
-    QTRY_COMPARE_WITH_TIMEOUT(atClient, QByteArray("true"), 5000);
-
-    QSignalSpy closed(&client, &QAbstractSocket::disconnected);
-    accepted->close();
-    QTRY_COMPARE_WITH_TIMEOUT(closed.count(), 1, 5000);
-}
-
-void tst_UnixSocket::staleFileDoesNotStopListening()
-{
-    const QString path = socketFile(QStringLiteral("stale"));
-    {
-        QtUnixServerSocket earlier(path);
-        QVERIFY(earlier.isListening());
-    }
-    QVERIFY2(QFileInfo::exists(path), "destruction alone removes the socket file");
-
-    QtUnixServerSocket server;
-    server.setPath(path);
-    QVERIFY(server.isListening());
-    QtUnixSocket client;
-    QVERIFY(client.connectTo(path));
-
-    server.close();
-    QVERIFY(!server.isListening());
-    QVERIFY(server.path.isNull());
-    QVERIFY(!QFileInfo::exists(path));
-}
-
-void tst_UnixSocket::missingDirectoryLeavesServerIdle()
-{
-    QtUnixServerSocket server(socketFile(QStringLiteral("missing/s")));
-    QVERIFY(!server.isListening());
-    QVERIFY(server.path.isNull());
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("s"));
+    if (inTheWay == "socket")
+        QVERIFY(QtUnixServerSocket(file).isListening());
+    if (inTheWay == "file")
+        QVERIFY(QFile(file).open(QIODevice::WriteOnly));
+    QCOMPARE(QFileInfo::exists(file), !inTheWay.isEmpty());
 
     // A failed path also drops the path listened on before.
-    const QString path = socketFile(QStringLiteral("s"));
-    server.setPath(path);
-    QVERIFY(server.isListening());
-    server.setPath(socketFile(QStringLiteral("missing/s")));
-    QVERIFY(server.path.isNull());
-}
-
-void tst_UnixSocket::pathIsUsedUpToNul()
-{
-    const QString path = socketFile(QStringLiteral("s"));
-    const QString withNul = path + QChar(0) + QStringLiteral("tail");
-    QtUnixServerSocket server(withNul);
-    QVERIFY(server.isListening());
-    QCOMPARE(server.path, withNul);
-    QVERIFY(QFileInfo::exists(path));
+    QtUnixServerSocket server;
+    if (!listening)
+        server.setPath(dir.filePath(QStringLiteral("earlier")));
+    server.setPath(dir.filePath(path));
+    QCOMPARE(server.path, listening ? dir.filePath(path) : QString());
     QtUnixSocket client;
-    QVERIFY(client.connectTo(path));
+    QCOMPARE(client.connectTo(file), listening);
     server.close();
-    QVERIFY(!QFileInfo::exists(path));
+    QVERIFY(!server.isListening());
+    QVERIFY(server.path.isNull());
+    QVERIFY(!QFileInfo::exists(file));
 }
 
 void tst_UnixSocket::connectToNobodyLeaksNothing_data()
 {
-    QTest::addColumn<QString>("kind");
-    QTest::newRow("no file") << "none";
-    QTest::newRow("regular file") << "file";
-    QTest::newRow("socket file left by a destroyed server") << "stale";
+    QTest::addColumn<bool>("stale");
+    QTest::newRow("no file") << false;
+    QTest::newRow("socket file left by a destroyed server") << true;
 }
 
 void tst_UnixSocket::connectToNobodyLeaksNothing()
 {
-    QFETCH(QString, kind);
-    const QString path = socketFile(QStringLiteral("target"));
-    if (kind == QLatin1String("file")) {
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-    } else if (kind == QLatin1String("stale")) {
-        QtUnixServerSocket earlier(path);
-        QVERIFY(earlier.isListening());
-    }
+    QFETCH(bool, stale);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("target"));
+    if (stale)
+        QVERIFY(QtUnixServerSocket(path).isListening());
+    QVERIFY(QFileInfo::exists(path) == stale);
 
-    const int before = openDescriptorCount();
+    const auto openDescriptors = [] {
+        return QDir(QStringLiteral("/dev/fd")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    };
+    const int before = openDescriptors().size();
     QtUnixSocket client;
     QVERIFY(!client.connectTo(path));
     QCOMPARE(client.state(), QAbstractSocket::UnconnectedState);
-    QCOMPARE(openDescriptorCount(), before);
+    QCOMPARE(openDescriptors().size(), before);
 }
 
 QTEST_GUILESS_MAIN(tst_UnixSocket)

@@ -9,9 +9,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QSettings>
-#include <QStringList>
 #include <QThread>
 
 #include <cstdarg>
@@ -19,26 +17,23 @@
 
 #include <sys/stat.h>
 #include <syslog.h>
-#include <unistd.h>
 
 namespace {
 
 void record(const QByteArray &line)
 {
     QFile file(qEnvironmentVariable("ORVEX_TEST_RECORD"));
-    if (file.fileName().isEmpty() || !file.open(QIODevice::Append))
-        return;
-    file.write(line + '\n');
+    if (!file.fileName().isEmpty() && file.open(QIODevice::Append))
+        file.write(line + '\n');
 }
 
 void recordSyslog(int priority, const char *format, va_list arguments)
 {
     // Anything but the fixed "%s" format is recorded as such, so a test sees it.
-    if (std::strcmp(format, "%s") != 0) {
-        record("syslog " + QByteArray::number(priority) + " format " + format);
-        return;
-    }
-    record("syslog " + QByteArray::number(priority) + " " + va_arg(arguments, const char *));
+    const QByteArray text = std::strcmp(format, "%s") == 0
+            ? QByteArray(va_arg(arguments, const char *))
+            : QByteArray("format ") + format;
+    record("syslog " + QByteArray::number(priority) + " " + text);
 }
 
 class TestService : public QtServiceBase
@@ -51,11 +46,14 @@ protected:
     {
         const mode_t mask = ::umask(0);
         ::umask(mask);
+        struct stat info;
+        const bool socket = ::stat(QFile::encodeName(socketPath(serviceName())), &info) == 0
+                && S_ISSOCK(info.st_mode);
         record("start pid " + QByteArray::number(QCoreApplication::applicationPid()) + " loop "
                + QByteArray::number(QThread::currentThread()->loopLevel()) + " umask "
                + QByteArray::number(uint(mask), 8) + " cwd " + QDir::currentPath().toLocal8Bit()
-               + " socket " + (QFileInfo::exists(socketPath(serviceName())) ? "yes" : "no")
-               + " args " + QCoreApplication::arguments().join(QLatin1Char('|')).toLocal8Bit());
+               + " socket " + (socket ? "yes" : "no") + " args "
+               + QCoreApplication::arguments().join(QLatin1Char('|')).toLocal8Bit());
         logMessage(QStringLiteral("failed"), Error);
         logMessage(QStringLiteral("one\n\n100% %s\n"), Warning);
         logMessage(QStringLiteral("note"), Information);
@@ -92,9 +90,8 @@ void syslog(int priority, const char *format, ...)
 }
 
 // What a fortified build of the library calls instead of syslog().
-void __syslog_chk(int priority, int flag, const char *format, ...)
+void __syslog_chk(int priority, int, const char *format, ...)
 {
-    Q_UNUSED(flag)
     va_list arguments;
     va_start(arguments, format);
     recordSyslog(priority, format, arguments);
@@ -113,7 +110,6 @@ int main(int argc, char **argv)
     // Before anything else, so that nothing touches the machine's real registry.
     QSettings::setPath(QSettings::NativeFormat, QSettings::SystemScope,
                        qEnvironmentVariable("ORVEX_TEST_REGISTRY"));
-
     TestService service(argc, argv, qEnvironmentVariable("ORVEX_TEST_SERVICE"));
     service.setServiceDescription(QStringLiteral("Records itself for the tests"));
     return service.exec();
