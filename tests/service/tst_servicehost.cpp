@@ -45,7 +45,7 @@ private slots:
     void commandLine();
     void runsInThisProcess_data();
     void runsInThisProcess();
-    void startsDetached();
+    void killedServiceStartsAgain();
 
 private:
     Outcome runService(const QStringList &arguments, const QString &environment = QString());
@@ -211,6 +211,11 @@ void tst_ServiceHost::commandLine_data()
         "The service @ has been installed under: %\n", "");
     row("install again", true, "-install", "", none, "", 0, "",
         "The service @ is already installed\n");
+    // Below a file no directory can be made, whoever runs this.
+    row("install, registry unwritable", false, "-i", "ORVEX_TEST_REGISTRY=/dev/null/registry", none,
+        "", 255, "",
+        "Cannot install \"@\". Cannot write to: /dev/null/registry/Pleiklukla.conf. Check "
+        "permissions.\nThe service @ could not be installed\n");
     row("uninstall", true, "-u", "", none, "", 0, "The service @ has been uninstalled.\n", "");
     row("uninstall, not installed", false, "-uninstall", "", none, "", 0, "",
         "The service @ is not installed\n");
@@ -279,21 +284,28 @@ void tst_ServiceHost::commandLine()
 void tst_ServiceHost::runsInThisProcess_data()
 {
     QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("inTheWay");
     QTest::addColumn<QByteArray>("started");
 
     const QByteArray path = servicePath.toLocal8Bit();
     const QByteArray here = " loop 1 umask 27 cwd " + QDir::currentPath().toLocal8Bit();
     // QTSERVICE_RUN marks the service process: it runs here, whatever the argument.
-    QTest::newRow("service") << QStringList{"-x"} << here + " socket yes args " + path + "|-x";
-    QTest::newRow("foreground: no socket, no log")
-            << QStringList{"-e", "extra"} << " socket no args " + path + "|extra";
+    QTest::newRow("service") << QStringList{"-x"} << ""
+                             << here + " socket yes args " + path + "|-x";
+    QTest::newRow("service, directory at the socket path: runs without listening")
+            << QStringList() << "directory" << here + " socket no args " + path;
+    QTest::newRow("foreground: no socket, no log") << QStringList{"-e", "extra"} << ""
+                                                   << " socket no args " + path + "|extra";
 }
 
 void tst_ServiceHost::runsInThisProcess()
 {
     QFETCH(QStringList, arguments);
+    QFETCH(QString, inTheWay);
     QFETCH(QByteArray, started);
 
+    if (inTheWay == "directory")
+        QVERIFY(QDir().mkpath(socketFile));
     const bool service = arguments.value(0) != "-e";
     const Outcome outcome = runService(arguments, service ? "QTSERVICE_RUN=1" : "");
     QCOMPARE(outcome.exitCode, 0);
@@ -308,8 +320,8 @@ void tst_ServiceHost::runsInThisProcess()
                                           "syslog 4 ", "syslog 4 100% %s", "syslog 4 ", "closelog",
                                           open, "syslog 6 note", "closelog", ""})
                      : QList<QByteArray>({""}));
-    // The socket file went with the event loop's end.
-    QVERIFY(!QFileInfo::exists(socketFile));
+    // The socket file went with the event loop's end; a directory in its way stays.
+    QCOMPARE(QFileInfo::exists(socketFile), inTheWay == "directory");
 }
 
 // Starts the service detached, with the record file removed first; its process id, or 0.
@@ -329,12 +341,22 @@ qint64 tst_ServiceHost::startDetached()
     return start.endsWith(expected) ? start.split(' ').value(2).toLongLong() : 0;
 }
 
-void tst_ServiceHost::startsDetached()
+void tst_ServiceHost::killedServiceStartsAgain()
 {
     detachedPid = startDetached();
     QVERIFY(detachedPid > 0);
     // Connecting is enough to count as running; nothing waits for an answer.
     QVERIFY(runService({QStringLiteral("-v")}).out.endsWith("is not installed and running\n\n"));
+
+    ::kill(pid_t(detachedPid), SIGKILL);
+    QTRY_VERIFY_WITH_TIMEOUT(processGone(detachedPid), 5000);
+    QVERIFY2(QFileInfo::exists(socketFile), "a killed service leaves its socket file");
+    QVERIFY(!QtServiceController(name).isRunning());
+
+    // The next start finds nobody answering, removes the stale file and listens again.
+    detachedPid = startDetached();
+    QVERIFY(detachedPid > 0);
+    QVERIFY(QtServiceController(name).isRunning());
 }
 
 QTEST_GUILESS_MAIN(tst_ServiceHost)
