@@ -69,22 +69,8 @@ BigUnsignedInABase::BigUnsignedInABase(const BigUnsigned &x, Base base) : base(b
 
     Index digitCount = 0;
     if (BigIntFastPaths::takenFor(x)) {
-        // A block's worth of digits per division. The dividend and quotient trade places each
-        // round, so nothing is copied.
-        const Chunk chunk(base);
-        const BigUnsigned divisor(Blk(chunk.power));
-        BigUnsigned values[2] = {x, BigUnsigned()};
-        for (int current = 0; !values[current].isZero(); current ^= 1) {
-            values[current].divideWithRemainder(divisor, values[current ^ 1]);
-            Blk part = values[current].toUnsignedInt();
-            const bool last = values[current ^ 1].isZero();
-            for (unsigned j = 0; j < chunk.digits && !(last && part == 0); j++) {
-                assert(digitCount < capacity);
-                blocks[digitCount++] = Digit(part % base);
-                part /= base;
-            }
-        }
-        length = digitCount;
+        length = BigIntFastPaths::digitsOf(x, base, blocks);
+        assert(length <= capacity);
         return;
     }
     BigUnsigned quotient(x), remainder;
@@ -130,17 +116,11 @@ BigUnsignedInABase::operator BigUnsigned() const
     Index i = length;
     const Chunk chunk(base);
     if (BigIntFastPaths::enabled && chunk.digits > 0 && length > chunk.digits + 1) {
-        // A block's worth of digits per step, except for the last chunk.digits + 1 digits. Those
-        // go one at a time as below, so that the result's capacity is the one digit-by-digit
-        // steps leave: those last steps grow it at least as far as any earlier one could.
-        const BigUnsigned power(Blk(chunk.power));
-        for (; i > chunk.digits + 1 + chunk.digits; i -= chunk.digits) {
-            Blk part = 0;
-            for (Index j = i; j > i - chunk.digits; j--)
-                part = part * base + blocks[j - 1];
-            shifted.multiply(result, power);
-            result.add(shifted, BigUnsigned(part));
-        }
+        // All but the last chunk.digits + 1 digits at once; those go one at a time as below, so
+        // that the result's capacity is the one digit-by-digit steps leave: they grow it at
+        // least as far as any earlier step could. The assignment sizes it exactly.
+        i = chunk.digits + 1;
+        result = BigIntFastPaths::valueOf(blocks + i, length - i, base);
     }
     for (; i > 0; i--) {
         shifted.multiply(result, bigBase);

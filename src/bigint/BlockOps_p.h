@@ -377,6 +377,60 @@ inline Limb divideBySingle(Limb *quotient, const Limb *x, Index n, Limb d)
     return remainder;
 }
 
+// x[0..n) = x * m + a; returns the limb carried out of the top.
+template <class Limb>
+inline Limb multiplyBySingleAdd(Limb *x, Index n, Limb m, Limb a)
+{
+    typedef typename DoubleWidth<Limb>::Type Double;
+    Limb carry = a;
+    for (Index i = 0; i < n; i++) {
+        const Double t = Double(x[i]) * m + carry;
+        x[i] = Limb(t);
+        carry = highLimb<Limb>(t);
+    }
+    return carry;
+}
+
+// Division by one limb d through a precomputed reciprocal instead of a division per limb (the
+// two-by-one step of Moller and Granlund).
+template <class Limb>
+struct SingleDivisor
+{
+    typedef typename DoubleWidth<Limb>::Type Double;
+
+    explicit SingleDivisor(Limb divisor) : shift(leadingZeroBits(divisor)), d(divisor << shift)
+    {
+        reciprocal = Limb(~Double(0) / d - (Double(1) << bitsPerLimb<Limb>));
+    }
+
+    // quotient[0..n) = x[0..n) / divisor, returning the remainder; quotient may be x.
+    Limb divide(Limb *quotient, const Limb *x, Index n) const
+    {
+        Limb r = 0; // the remainder so far, shifted like d
+        for (Index i = n; i > 0; i--) {
+            const Limb high = shift ? Limb(r | x[i - 1] >> (bitsPerLimb<Limb> - shift)) : r;
+            const Limb low = Limb(x[i - 1] << shift);
+            Double q = Double(reciprocal) * high + joinLimbs(high, low);
+            Limb q1 = highLimb<Limb>(q) + 1;
+            r = Limb(low - q1 * d);
+            if (r > Limb(q)) {
+                q1--;
+                r += d;
+            }
+            if (r >= d) {
+                q1++;
+                r -= d;
+            }
+            quotient[i - 1] = q1;
+        }
+        return r >> shift;
+    }
+
+    unsigned shift;
+    Limb d;
+    Limb reciprocal;
+};
+
 // Knuth's algorithm D: u[0..un] (un + 1 limbs, the top one a guard) divided by v[0..vn), where
 // 2 <= vn <= un and v's top bit is set. quotient[0..un-vn] receives the quotient and u[0..vn) the
 // remainder; u's limbs above are left zero.

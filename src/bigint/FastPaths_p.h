@@ -36,6 +36,12 @@ inline bool takenFor(const BigUnsigned &x, const BigUnsigned &y)
 // whole number of two-block words.
 constexpr BigUnsigned::Index karatsubaThreshold = 48;
 
+// Text conversion a limb's worth of digits at a time, for bases 2 to 65535. digitsOf writes the
+// digits of a normal x, least significant first and without zeros on top, into `digits` (room
+// for all of them) and returns their count; valueOf is the value of `count` such digits.
+BigUnsigned::Index digitsOf(const BigUnsigned &x, unsigned base, unsigned short *digits);
+BigUnsigned valueOf(const unsigned short *digits, BigUnsigned::Index count, unsigned base);
+
 } // namespace BigIntFastPaths
 
 #endif // ORVEX_BIGINT_FASTPATHS_P_H
