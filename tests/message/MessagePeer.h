@@ -3,7 +3,6 @@
 
 #include <QByteArray>
 #include <QDataStream>
-#include <QHash>
 #include <QHostAddress>
 #include <QList>
 #include <QMutex>
@@ -14,20 +13,26 @@
 
 #include <atomic>
 
-// A stand-in message service for the client tests: listens on the loopback ports 8889 and 9998 in
-// its own thread (the client blocks the test's thread while it waits), records every request byte,
-// and answers each complete request frame with the planned reply chunks.
+// A stand-in message service for the client tests. It runs in its own thread (the client blocks
+// the test's thread while it waits), listens on the loopback ports 8889 and 9998, records every
+// request byte and answers each whole request frame as planned.
 class MessagePeer : public QThread
 {
 public:
-    MessagePeer() = default;
+    struct Plan
+    {
+        QList<QByteArray> chunks; // written one by one, `delayMs` apart
+        int delayMs = 0;
+        bool close = false; // close the connection after the chunks
+    };
+
     ~MessagePeer() override
     {
         quit();
         wait();
     }
 
-    // Starts the thread and returns once both ports listen (false if either is taken).
+    // Starts the thread; false when either port is taken.
     bool begin()
     {
         start();
@@ -36,29 +41,11 @@ public:
         return listening.load();
     }
 
-    // The reply to every later request, written as these chunks with `delayMs` between them.
-    void plan(const QList<QByteArray> &chunks, int delayMs = 0)
+    void plan(const Plan &next)
     {
         QMutexLocker lock(&mutex);
-        replyChunks = chunks;
-        chunkDelayMs = delayMs;
+        current = next;
     }
-
-    // While set, a request connection is closed as soon as a whole request has arrived.
-    void closeOnRequest(bool close)
-    {
-        QMutexLocker lock(&mutex);
-        closeAfterRequest = close;
-    }
-
-    // While set, a request connection is closed as soon as the planned reply has been written.
-    void closeAfterReply(bool close)
-    {
-        QMutexLocker lock(&mutex);
-        closeAfterReplying = close;
-    }
-
-    int requestConnections() const { return connections.load(); }
 
     QByteArray received()
     {
@@ -66,25 +53,16 @@ public:
         return receivedBytes;
     }
 
-    // Writes `line` on the notification connection (from the peer's own thread).
-    void notify(const QByteArray &line)
-    {
-        QMetaObject::invokeMethod(notificationServer, [this, line] {
-            for (QTcpSocket *socket : notificationServer->findChildren<QTcpSocket *>())
-                socket->write(line);
-        });
-    }
+    int requestConnections() const { return connections.load(); }
+    int notificationConnections() const { return notificationClients.load(); }
 
-    int notificationClients()
+    // Writes `bytes` to every notification connection, from the peer's thread.
+    void notify(const QByteArray &bytes)
     {
-        int count = 0;
-        QMetaObject::invokeMethod(
-                notificationServer,
-                [this, &count] {
-                    count = notificationServer->findChildren<QTcpSocket *>().size();
-                },
-                Qt::BlockingQueuedConnection);
-        return count;
+        QMetaObject::invokeMethod(notificationServer, [this, bytes] {
+            for (QTcpSocket *socket : notificationServer->findChildren<QTcpSocket *>())
+                socket->write(bytes);
+        });
     }
 
     static QByteArray frame(qint64 outerLength, const QByteArray &payload)
@@ -112,57 +90,40 @@ protected:
                 });
             }
         });
-        QObject::connect(&notifications, &QTcpServer::newConnection, [&notifications] {
-            while (notifications.nextPendingConnection()) {}
+        QObject::connect(&notifications, &QTcpServer::newConnection, [&notifications, this] {
+            while (notifications.nextPendingConnection())
+                ++notificationClients;
         });
         ready = true;
         exec();
-        notificationServer = nullptr;
     }
 
 private:
-    // Answers once the buffered bytes hold a whole request frame.
+    // Answers once the socket's unread bytes hold a whole request frame.
     void serve(QTcpSocket *socket)
     {
-        QByteArray &pending = pendingBytes[socket];
-        const QByteArray bytes = socket->readAll();
-        pending += bytes;
-        QList<QByteArray> chunks;
-        int delayMs = 0;
-        bool closing = false;
-        bool closingAfterReply = false;
-        {
-            QMutexLocker lock(&mutex);
-            receivedBytes += bytes;
-            chunks = replyChunks;
-            delayMs = chunkDelayMs;
-            closing = closeAfterRequest;
-            closingAfterReply = closeAfterReplying;
-        }
-        while (pending.size() >= 12) {
-            QDataStream in(pending);
+        while (socket->bytesAvailable() >= 12) {
+            QDataStream in(socket->peek(12));
             in.setVersion(12);
             qint64 outer = 0;
             quint32 inner = 0;
             in >> outer >> inner;
             const int frameSize = 12 + (inner == 0xFFFFFFFFu ? 0 : int(inner));
-            if (pending.size() < frameSize)
+            if (socket->bytesAvailable() < frameSize)
                 return;
-            pending.remove(0, frameSize);
-            if (closing) {
-                pendingBytes.remove(socket);
-                socket->disconnectFromHost();
-                socket->deleteLater();
-                return;
+            Plan reply;
+            {
+                QMutexLocker lock(&mutex);
+                receivedBytes += socket->read(frameSize);
+                reply = current;
             }
-            for (int i = 0; i < chunks.size(); ++i) {
-                socket->write(chunks.at(i));
+            for (int i = 0; i < reply.chunks.size(); ++i) {
+                if (i > 0)
+                    QThread::msleep(reply.delayMs);
+                socket->write(reply.chunks[i]);
                 socket->flush();
-                if (delayMs > 0 && i + 1 < chunks.size())
-                    QThread::msleep(delayMs);
             }
-            if (closingAfterReply) {
-                pendingBytes.remove(socket);
+            if (reply.close) {
                 socket->disconnectFromHost();
                 socket->deleteLater();
                 return;
@@ -172,13 +133,10 @@ private:
 
     QMutex mutex;
     QByteArray receivedBytes;
-    QList<QByteArray> replyChunks;
-    int chunkDelayMs = 0;
-    bool closeAfterRequest = false;
-    bool closeAfterReplying = false;
-    std::atomic<int> connections{0};
-    QHash<QTcpSocket *, QByteArray> pendingBytes;
+    Plan current;
     QTcpServer *notificationServer = nullptr;
+    std::atomic<int> connections{0};
+    std::atomic<int> notificationClients{0};
     std::atomic<bool> ready{false};
     std::atomic<bool> listening{false};
 };

@@ -1,22 +1,22 @@
+#include "common/RecordingComposer.h"
 #include "message/Manager.h"
 #include "message/MessagePeer.h"
 #include "util/Logger.h"
 
 #include <QtTest>
 
+#include <limits>
+
 namespace {
 
-class RecordingComposer : public Orvex::TextLineComposer<char>
+// The outer and inner lengths of a frame, written as a service would, true or not.
+QByteArray lengths(qint64 outer, quint32 inner)
 {
-public:
-    void writeLine(const std::string &line) override { lines << QString::fromStdString(line); }
-    QStringList lines;
-};
-
-// Lets the event loop run long enough for a refused loopback connection to be noticed.
-void letConnectionsSettle()
-{
-    QTest::qWait(200);
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out.setVersion(12);
+    out << outer << inner;
+    return bytes;
 }
 
 } // namespace
@@ -68,30 +68,23 @@ QStringList tst_Manager::drainErrors()
 void tst_Manager::requestBytes_data()
 {
     QTest::addColumn<QByteArray>("payload");
-    QTest::addColumn<bool>("null");
     QTest::addColumn<QByteArray>("expected");
     QTest::newRow("empty message")
-            << QByteArray() << true << QByteArray::fromHex("0000000000000000ffffffff");
-    QTest::newRow("one byte string") << QByteArray("4:ping") << false
-                                     << QByteArray::fromHex("000000000000000600000006") + "4:ping";
+            << QByteArray() << QByteArray::fromHex("0000000000000000ffffffff");
     QTest::newRow("outer length counts the payload only")
-            << QByteArray(300, 'x') << false
-            << QByteArray::fromHex("000000000000012c0000012c") + QByteArray(300, 'x');
+            << QByteArray(300, 'x') << lengths(300, 300) + QByteArray(300, 'x');
 }
 
 void tst_Manager::requestBytes()
 {
     QFETCH(QByteArray, payload);
-    QFETCH(bool, null);
     QFETCH(QByteArray, expected);
-
     MessagePeer peer;
     QVERIFY(peer.begin());
-    peer.plan({MessagePeer::frame(4, "i42e")});
+    peer.plan({{MessagePeer::frame(4, "i42e")}});
     Message message;
-    if (!null)
+    if (!payload.isNull())
         message.data = payload;
-    QCOMPARE(message.data.isNull(), null);
 
     QCOMPARE(Orvex::Manager::getInstance()->send(message, QVariant(-1)), QVariant(42));
     QCOMPARE(peer.received(), expected);
@@ -101,31 +94,44 @@ void tst_Manager::requestBytes()
 void tst_Manager::replies_data()
 {
     QTest::addColumn<QList<QByteArray>>("chunks");
+    QTest::addColumn<bool>("close");
     QTest::addColumn<QVariant>("expected");
-    const QByteArray intFrame = MessagePeer::frame(4, "i42e");
-    const QByteArray bytesFrame = MessagePeer::frame(9, "5:hello2:");
-    QTest::newRow("integer reply") << QList<QByteArray>{intFrame} << QVariant(42);
-    QTest::newRow("byte string reply, rest dropped")
-            << QList<QByteArray>{bytesFrame} << QVariant(QByteArray("hello"));
-    QTest::newRow("null frame gives an invalid variant")
-            << QList<QByteArray>{MessagePeer::frame(0, QByteArray())} << QVariant();
-    QTest::newRow("reply not starting with an element")
-            << QList<QByteArray>{MessagePeer::frame(3, "xyz")} << QVariant();
-    // The client reads the length as soon as a first byte is there and compares the buffered
-    // bytes with the payload length only, so each write here ends past the 8-byte length and the
-    // last one carries more than four bytes.
-    QTest::newRow("reply split across several writes")
-            << QList<QByteArray>{bytesFrame.left(9), bytesFrame.mid(9, 5), bytesFrame.mid(14)}
+    const QByteArray hello = MessagePeer::frame(9, "5:hello2:");
+    const QVariant invalid;
+    const auto row = [](const char *name, const QByteArray &reply, const QVariant &expected,
+                        bool close = false) {
+        QTest::newRow(name) << QList<QByteArray>{reply} << close << expected;
+    };
+    row("integer", MessagePeer::frame(4, "i42e"), 42);
+    row("byte string, rest dropped", hello, QByteArray("hello"));
+    row("null frame gives no value", MessagePeer::frame(0, QByteArray()), invalid);
+    row("no element", MessagePeer::frame(3, "xyz"), invalid);
+    // The client reads the length as soon as a byte is there and then waits only until the
+    // payload's length is buffered, so each write ends past the length and the last is 5+ bytes.
+    QTest::newRow("split across writes")
+            << QList<QByteArray>{hello.left(9), hello.mid(9, 5), hello.mid(14)} << false
             << QVariant(QByteArray("hello"));
+
+    // Broken services: send() still returns, with whatever the bytes decode to.
+    row("negative outer length", lengths(-1, 4) + "i42e", 42);
+    row("most negative outer length", lengths(std::numeric_limits<qint64>::min(), 3) + "i7e", 7);
+    row("oversized inner length", lengths(4, 0x7ffffff0u) + "i42e", invalid);
+    row("null inner length with bytes behind", lengths(4, 0xffffffffu) + "i42e", invalid);
+    row("inner length longer than the outer", lengths(4, 8) + "i1ei22e ", 1);
+    row("inner length shorter than the outer", lengths(12, 3) + "i5ejunkjunk", 5);
+    row("text instead of a frame", "\xff garbage, not a frame\n", invalid);
+    row("closed after three bytes", "abc", invalid, true);
+    row("closed with the payload cut short", lengths(2, 100) + "ab", invalid, true);
 }
 
 void tst_Manager::replies()
 {
     QFETCH(QList<QByteArray>, chunks);
+    QFETCH(bool, close);
     QFETCH(QVariant, expected);
     MessagePeer peer;
     QVERIFY(peer.begin());
-    peer.plan(chunks, 50);
+    peer.plan({chunks, 50, close});
 
     const QVariant reply =
             Orvex::Manager::getInstance()->send(Message("ping"), QVariant("default"));
@@ -137,7 +143,7 @@ void tst_Manager::replies()
 void tst_Manager::defaultWhenNothingListens()
 {
     Orvex::Manager *manager = Orvex::Manager::getInstance();
-    letConnectionsSettle();
+    QTest::qWait(200); // lets the refused connection be noticed
     QCOMPARE(manager->send(Message("ping"), QVariant(7)), QVariant(7));
     QCOMPARE(manager->send(Message("ping"), QVariant("again")), QVariant("again"));
     QCOMPARE(drainErrors(), (QStringList{"[default]", "[default]"}));
@@ -148,15 +154,13 @@ void tst_Manager::failedExchangeRebuildsSingleton()
 {
     MessagePeer peer;
     QVERIFY(peer.begin());
-    peer.closeOnRequest(true);
+    peer.plan({{}, 0, true}); // closes without a reply
 
     QCOMPARE(Orvex::Manager::getInstance()->send(Message("ping"), QVariant(1)), QVariant(1));
     QCOMPARE(drainErrors(), QStringList{"[No return]"});
-    QCOMPARE(peer.requestConnections(), 1);
 
-    // The singleton was deleted: the next one connects afresh and works.
-    peer.closeOnRequest(false);
-    peer.plan({MessagePeer::frame(3, "i5e")});
+    // The singleton was deleted: the next one connects afresh.
+    peer.plan({{MessagePeer::frame(3, "i5e")}});
     QCOMPARE(Orvex::Manager::getInstance()->send(Message("ping"), QVariant(1)), QVariant(5));
     QCOMPARE(peer.requestConnections(), 2);
 }
@@ -166,13 +170,13 @@ void tst_Manager::notificationsAreDrainedAndLogged()
     MessagePeer peer;
     QVERIFY(peer.begin());
     Orvex::Manager::getInstance();
-    QTRY_COMPARE(peer.notificationClients(), 1);
+    QTRY_COMPARE(peer.notificationConnections(), 1);
 
     peer.notify("first line\nsecond line\n");
     QTRY_COMPARE(traces.lines, QStringList{"Data-received"});
 
     // Notifications never change a reply.
-    peer.plan({MessagePeer::frame(4, "i9e")});
+    peer.plan({{MessagePeer::frame(4, "i9e")}});
     peer.notify("during a request\n");
     QCOMPARE(Orvex::Manager::getInstance()->send(Message("ping"), QVariant()), QVariant(9));
     QTRY_COMPARE(traces.lines.size(), 2);

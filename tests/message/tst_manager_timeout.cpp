@@ -1,19 +1,9 @@
+#include "common/RecordingComposer.h"
 #include "message/Manager.h"
 #include "message/MessagePeer.h"
 #include "util/Logger.h"
 
 #include <QtTest>
-
-namespace {
-
-class RecordingComposer : public Orvex::TextLineComposer<char>
-{
-public:
-    void writeLine(const std::string &line) override { lines << QString::fromStdString(line); }
-    QStringList lines;
-};
-
-} // namespace
 
 // Waits the full reply time-out once, so it is kept apart from the fast client tests.
 class tst_ManagerTimeout : public QObject
@@ -32,7 +22,7 @@ void tst_ManagerTimeout::silentServiceGivesDefaultAfterTimeout()
     // Answers a second after the time-out: the late reply must reach no later client.
     MessagePeer peer;
     QVERIFY(peer.begin());
-    peer.plan({QByteArray(), MessagePeer::frame(4, "i13e")}, 31000);
+    peer.plan({{QByteArray(), MessagePeer::frame(4, "i13e")}, 31000});
 
     QElapsedTimer timer;
     timer.start();
@@ -45,7 +35,7 @@ void tst_ManagerTimeout::silentServiceGivesDefaultAfterTimeout()
 
     // The failed exchange deleted the singleton; a new one connects again once the peer has
     // written its late reply to the old connection, and gets its own reply.
-    peer.plan({MessagePeer::frame(3, "i5e")});
+    peer.plan({{MessagePeer::frame(3, "i5e")}});
     Orvex::Manager::getInstance();
     QTRY_COMPARE_WITH_TIMEOUT(peer.requestConnections(), 2, 10000);
     QCOMPARE(Orvex::Manager::getInstance()->send(Message("ping"), QVariant("fallback")),

@@ -1,3 +1,4 @@
+#include "common/RecordingComposer.h"
 #include "util/Logger.h"
 
 #include <QCoreApplication>
@@ -10,13 +11,6 @@
 #include <vector>
 
 namespace {
-
-class RecordingComposer : public Orvex::TextLineComposer<char>
-{
-public:
-    void writeLine(const std::string &line) override { lines << QString::fromStdString(line); }
-    QStringList lines;
-};
 
 // A stream buffer that fails every write, to make printing a line throw.
 class FailingBuffer : public std::streambuf
