@@ -92,6 +92,12 @@ void requireText(const char *actual, const char *expected)
             || (actual != nullptr && expected != nullptr && std::strcmp(actual, expected) == 0));
 }
 
+template <class F>
+void requireQuiet(F &&f)
+{
+    requireText(thrown(f), nullptr);
+}
+
 constexpr const char *negativeResultText =
         "BigUnsigned::subtract: Negative result in unsigned calculation";
 constexpr const char *unsignedSameVariableText = "BigUnsigned::divideWithRemainder: Cannot write "
@@ -174,10 +180,9 @@ void Machine::unsignedArithmetic(unsigned op)
     switch (op) {
     case 0:
         mpz_add(r.v, x.v, y.v);
-        requireText(thrown([&] {
-                        in.next() & 1 ? u[d].add(u[a], u[b]) : void(u[d] = u[a] + u[b]);
-                    }),
-                    nullptr);
+        requireQuiet([&] {
+            in.next() & 1 ? u[d].add(u[a], u[b]) : void(u[d] = u[a] + u[b]);
+        });
         break;
     case 1: {
         // On a negative result the receiver keeps its value when it is an operand or when the
@@ -200,38 +205,32 @@ void Machine::unsignedArithmetic(unsigned op)
     }
     case 2:
         mpz_mul(r.v, x.v, y.v);
-        requireText(thrown([&] {
-                        in.next() & 1 ? u[d].multiply(u[a], u[b]) : void(u[d] = u[a] * u[b]);
-                    }),
-                    nullptr);
+        requireQuiet([&] {
+            in.next() & 1 ? u[d].multiply(u[a], u[b]) : void(u[d] = u[a] * u[b]);
+        });
         break;
     case 3:
         mpz_and(r.v, x.v, y.v);
-        requireText(thrown([&] {
-                        u[d].bitAnd(u[a], u[b]);
-                    }),
-                    nullptr);
+        requireQuiet([&] {
+            u[d].bitAnd(u[a], u[b]);
+        });
         break;
     case 4:
         mpz_ior(r.v, x.v, y.v);
-        requireText(thrown([&] {
-                        u[d] = u[a] | u[b];
-                    }),
-                    nullptr);
+        requireQuiet([&] {
+            u[d] = u[a] | u[b];
+        });
         break;
     case 5:
         mpz_xor(r.v, x.v, y.v);
-        requireText(thrown([&] {
-                        u[d].bitXor(u[a], u[b]);
-                    }),
-                    nullptr);
+        requireQuiet([&] {
+            u[d].bitXor(u[a], u[b]);
+        });
         break;
     case 6:
-        mpz_add_ui(r.v, x.v, 1);
-        requireText(thrown([&] {
-                        in.next() & 1 ? ++u[d] : (u[d]++, u[d]);
-                    }),
-                    nullptr);
+        requireQuiet([&] {
+            in.next() & 1 ? ++u[d] : (u[d]++, u[d]);
+        });
         r = uu[d];
         mpz_add_ui(r.v, r.v, 1);
         break;
@@ -573,10 +572,9 @@ void Machine::numberTheory(unsigned op)
     case 0: {
         Mpz g;
         mpz_gcd(g.v, uu[a].v, uu[b].v);
-        requireText(thrown([&] {
-                        u[d] = gcd(u[a], u[b]);
-                    }),
-                    nullptr);
+        requireQuiet([&] {
+            u[d] = gcd(u[a], u[b]);
+        });
         uu[d] = g;
         return;
     }
@@ -605,10 +603,9 @@ void Machine::numberTheory(unsigned op)
             return;
         const Mpz base = ss[a];
         const unsigned long exponent = mpz_get_ui(uu[b].v);
-        requireText(thrown([&] {
-                        u[d] = exp(s[a], u[b]);
-                    }),
-                    nullptr);
+        requireQuiet([&] {
+            u[d] = exp(s[a], u[b]);
+        });
         mpz_abs(uu[d].v, base.v);
         mpz_pow_ui(uu[d].v, uu[d].v, exponent);
         return;
