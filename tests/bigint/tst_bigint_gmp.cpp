@@ -98,8 +98,8 @@ public:
 
     BigInteger integer(quint32 maxBlocks = 40)
     {
-        return BigInteger(magnitude(maxBlocks),
-                          chance(2) ? BigInteger::negative : BigInteger::positive);
+        const BigUnsigned m = magnitude(maxBlocks); // first: argument order is unspecified
+        return BigInteger(m, chance(2) ? BigInteger::negative : BigInteger::positive);
     }
 
     // A dividend that shares the divisor's length and top, so that long division has work to do.
@@ -298,10 +298,8 @@ void tst_BigIntGmp::numberTheory()
     for (int i = 0; i < numberTheoryCases; i++, cases++) {
         // A shared factor now and then, so that the greatest common divisor is more than 1.
         const BigUnsigned factor = operands.chance(2) ? operands.magnitude(2) : BigUnsigned(1);
-        const BigInteger m(operands.magnitude(5) * factor,
-                           operands.chance(2) ? BigInteger::negative : BigInteger::positive);
-        const BigInteger n(operands.magnitude(5) * factor,
-                           operands.chance(2) ? BigInteger::negative : BigInteger::positive);
+        const BigInteger m = operands.integer(5) * BigInteger(factor);
+        const BigInteger n = operands.integer(5) * BigInteger(factor);
         const BigUnsigned e = operands.magnitude(2);
         setMpz(mm, m);
         setMpz(mn, n);

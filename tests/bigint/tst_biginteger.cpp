@@ -46,7 +46,7 @@ struct Case
 };
 
 typedef BigInteger I;
-const I::Sign negative = I::negative, zero = I::zero, positive = I::positive;
+const I::Sign negative = I::negative, zero = I::zero;
 
 void fromBlocksWithSign(I &x, const Blocks &blocks, int sign)
 {
