@@ -50,7 +50,7 @@ private slots:
 private:
     Outcome runService(const QStringList &arguments, const QString &environment = QString());
     QList<QByteArray> startRecords() const;
-    qint64 startDetached();
+    QByteArray startDetached();
 
     QTemporaryDir dir;
     QString name;
@@ -324,27 +324,28 @@ void tst_ServiceHost::runsInThisProcess()
     QCOMPARE(QFileInfo::exists(socketFile), inTheWay == "directory");
 }
 
-// Starts the service detached, with the record file removed first; its process id, or 0.
-qint64 tst_ServiceHost::startDetached()
+// Starts the service detached, with the record file removed first, and returns its start record;
+// the service's process id goes to detachedPid, so that cleanup() ends it whatever happens.
+QByteArray tst_ServiceHost::startDetached()
 {
     QFile::remove(recordFile);
     const Outcome launcher = runService({QStringLiteral("-x")}, "ORVEX_TEST_STAY=1");
-    if (launcher.exitCode != 0 || !(launcher.out + launcher.err).isEmpty())
-        return 0;
     QDeadlineTimer deadline(10000);
     while (startRecords().isEmpty() && !deadline.hasExpired())
         QTest::qWait(20);
-    // Detached: run from "/", listening, with the unrecognised argument passed on.
     const QByteArray start = startRecords().value(0);
-    const QByteArray expected =
-            " loop 1 umask 27 cwd / socket yes args " + servicePath.toLocal8Bit() + "|-x";
-    return start.endsWith(expected) ? start.split(' ').value(2).toLongLong() : 0;
+    detachedPid = start.split(' ').value(2).toLongLong();
+    return launcher.exitCode == 0 && (launcher.out + launcher.err).isEmpty() ? start
+                                                                             : "launcher failed";
 }
 
 void tst_ServiceHost::killedServiceStartsAgain()
 {
-    detachedPid = startDetached();
-    QVERIFY(detachedPid > 0);
+    // Detached: run from "/", listening, with the unrecognised argument passed on.
+    const QByteArray started =
+            " loop 1 umask 27 cwd / socket yes args " + servicePath.toLocal8Bit() + "|-x";
+    QByteArray start = startDetached();
+    QVERIFY2(start.endsWith(started), start.constData());
     // Connecting is enough to count as running; nothing waits for an answer.
     QVERIFY(runService({QStringLiteral("-v")}).out.endsWith("is not installed and running\n\n"));
 
@@ -354,8 +355,8 @@ void tst_ServiceHost::killedServiceStartsAgain()
     QVERIFY(!QtServiceController(name).isRunning());
 
     // The next start finds nobody answering, removes the stale file and listens again.
-    detachedPid = startDetached();
-    QVERIFY(detachedPid > 0);
+    start = startDetached();
+    QVERIFY2(start.endsWith(started), start.constData());
     QVERIFY(QtServiceController(name).isRunning());
 }
 
