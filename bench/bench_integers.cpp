@@ -276,6 +276,12 @@ int main(int argc, char **argv)
     const char *reference = std::getenv("ORVEX_BENCH_REFERENCE");
     if (reference && std::string(reference) == "1")
         BigIntFastPaths::enabled = false;
+    // ORVEX_BENCH_KARATSUBA=<blocks> sets the Karatsuba threshold and adds products at the sizes
+    // around it ("karatsuba/orvex/<bits>"), to find where it pays.
+    if (const char *threshold = std::getenv("ORVEX_BENCH_KARATSUBA")) {
+        BigIntFastPaths::karatsubaBlocks = BigUnsigned::Index(std::atoi(threshold));
+        benchmark::RegisterBenchmark("karatsuba/orvex", multiplyOrvex)->DenseRange(1024, 6144, 512);
+    }
     benchmark::Initialize(&argc, argv);
     RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

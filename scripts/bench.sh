@@ -93,9 +93,10 @@ for csv in "$out/bench_integers.csv" "$out/bench_integers.reference.csv"; do
     [ -f "$csv" ] || continue
     suffix=""
     [ "$csv" = "$out/bench_integers.reference.csv" ] && suffix="-reference"
-    # Rows look like "modexp/gmp/1024_median",iterations,real_time,cpu_time,time_unit,...
+    # Rows look like "modexp/gmp/1024_median",iterations,real_time,cpu_time,time_unit,... (no
+    # suffix for a single repetition).
     awk -F, -v dir="$out/plot" -v suffix="$suffix" '
-        $1 ~ /_median"$/ {
+        $1 ~ /^"[a-z]+\/[a-z]+\/[0-9]+(_median)?"$/ {
             gsub(/"/, "", $1); sub(/_median$/, "", $1)
             split($1, part, "/")
             if (suffix != "" && part[2] != "orvex") next

@@ -11,6 +11,7 @@
 using namespace BlockOps;
 
 std::atomic<bool> BigIntFastPaths::enabled{true};
+std::atomic<BigUnsigned::Index> BigIntFastPaths::karatsubaBlocks{karatsubaThreshold};
 
 namespace {
 
@@ -78,7 +79,8 @@ void multiplyLimbs(Word *product, const Word *x, Index xn, const Word *y, Index 
         std::swap(x, y);
         std::swap(xn, yn);
     }
-    const Index threshold = wordsFor(BigIntFastPaths::karatsubaThreshold);
+    const Index threshold =
+            wordsFor(BigIntFastPaths::karatsubaBlocks.load(std::memory_order_relaxed));
     if (yn < threshold) {
         if (x == y && xn == yn)
             squareSchoolbook(product, x, xn);

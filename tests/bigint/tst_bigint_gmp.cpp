@@ -1,4 +1,4 @@
-// Differential test: random operands of 0 to 40 blocks (now and then up to 130, past the
+// Differential test: random operands of 0 to 40 blocks (now and then up to 200, past the
 // Karatsuba threshold), every result compared with GMP's. The seed is printed; set
 // ORVEX_TEST_SEED to repeat a run.
 #include "bigint/BigIntText.h"
@@ -85,7 +85,7 @@ int signOf(int comparison)
     return comparison < 0 ? -1 : (comparison > 0 ? 1 : 0);
 }
 
-// Operands of 0 to 40 blocks, one in ten of up to 130.
+// Operands of 0 to 40 blocks, one in ten of up to 200.
 class Operands : public RandomBlocks
 {
 public:
@@ -93,7 +93,7 @@ public:
 
     BigUnsigned magnitude(quint32 maxBlocks = 40)
     {
-        return value(below((maxBlocks == 40 && chance(10) ? 130 : maxBlocks) + 1));
+        return value(below((maxBlocks == 40 && chance(10) ? 200 : maxBlocks) + 1));
     }
 
     BigInteger integer(quint32 maxBlocks = 40)
