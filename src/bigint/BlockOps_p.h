@@ -5,6 +5,7 @@
 #include "bigint/BigUnsigned.h"
 
 #include <cassert>
+#include <cstring>
 
 // Loops over little-endian block arrays, shared by the algorithms of BigUnsigned. They allocate
 // nothing, throw nothing and ignore normal form; the caller sizes every array.
@@ -472,18 +473,29 @@ inline void divideNormalised(Limb *quotient, Limb *u, Index un, const Limb *v, I
 inline void blocksToWords(Word *words, const Blk *x, Index n)
 {
     constexpr Index blocksPerWord = sizeof(Word) / sizeof(Blk);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    // Little-endian: two blocks in a row are already the word, low block first.
+    if (n % blocksPerWord != 0)
+        words[n / blocksPerWord] = 0;
+    std::memcpy(words, x, n * sizeof(Blk));
+#else
     for (Index i = 0; i < n; i++) {
         const Word part = Word(x[i]) << (i % blocksPerWord * bitsPerBlock);
         words[i / blocksPerWord] = i % blocksPerWord == 0 ? part : words[i / blocksPerWord] | part;
     }
+#endif
 }
 
 // blocks[0..n) from the words holding them.
 inline void wordsToBlocks(Blk *blocks, const Word *words, Index n)
 {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    std::memcpy(blocks, words, n * sizeof(Blk));
+#else
     constexpr Index blocksPerWord = sizeof(Word) / sizeof(Blk);
     for (Index i = 0; i < n; i++)
         blocks[i] = Blk(words[i / blocksPerWord] >> (i % blocksPerWord * bitsPerBlock));
+#endif
 }
 
 // Limbs needed for n blocks.
