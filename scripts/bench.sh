@@ -57,7 +57,8 @@ mkdir -p "$root/docs"
     echo "# Benchmarks"
     echo
     echo "Written by \`scripts/bench.sh\` on $(date -u '+%Y-%m-%d %H:%M UTC'), $(nproc) cores" \
-        "($(grep -m1 'model name' /proc/cpuinfo 2>/dev/null | cut -d: -f2- | sed 's/^ *//' || true))," \
+        "($(grep -m1 'model name' /proc/cpuinfo 2>/dev/null | cut -d: -f2- | sed 's/^ *//' \
+            || true))," \
         "load average $load at the start. Median of $repetitions runs; the last column is the" \
         "library's time divided by that implementation's (below 1: the library is faster)."
     echo

@@ -117,7 +117,8 @@ void tst_BigIntPaths::initTestCase()
 void tst_BigIntPaths::multiplyAndDivide()
 {
     // Quotient estimates one too large, which only these rare operands reach: the estimate from
-    // the top limbs (two-block words) passes its check, and the product of the whole divisor must be added back.
+    // the top limbs (two-block words) passes its check, and the product of the whole divisor
+    // must be added back.
     const QVector<QPair<Blocks, Blocks>> addBack = {
             {{0, 0, 0, 0, 0, 0, 1}, {1, 0, 0, 0, 0, 0x80000000u}},
             {{0, 0, 0, 0, 0, 0, 1}, {0xFFFFFFFFu, 0x7FFFFFFFu, 0, 0, 0, 0x80000000u}},

@@ -135,9 +135,11 @@ const QVector<Case> &cases()
         // Aliasing: the receiver is an operand.
         {"x divided by x", [](I &x, I &y) { x = I(-7), x.divideWithRemainder(x, y); }, {}, "0[]",
          "+[1]"},
-        {"quotient as the divisor", [](I &x, I &y) { x = I(-7), y = I(2), x.divideWithRemainder(y, y); },
+        {"quotient as the divisor",
+         [](I &x, I &y) { x = I(-7), y = I(2), x.divideWithRemainder(y, y); },
          {}, "+[1]", "-[4]"},
-        {"x.add(x, x), x.multiply(x, x)", [](I &x, I &) { x = I(-6), x.add(x, x), x.multiply(x, x); },
+        {"x.add(x, x), x.multiply(x, x)",
+         [](I &x, I &) { x = I(-6), x.add(x, x), x.multiply(x, x); },
          {}, "+[144]", "0[]"},
         {"x.subtract(100, x), x.negate(x)", [](I &x, I &) {
              x = I(144), x.subtract(I(100), x), x.negate(x);

@@ -72,8 +72,10 @@ const QVector<Case> &cases()
 {
     static const QVector<Case> all = {
         // Digits: zero digits on top are dropped; the base is checked before the digits.
-        {"digits with zeros on top", [] { return digits(fromDigits({3, 0, 1, 0, 0}, 10)); }, {}, "3,0,1/5"},
-        {"digit equal to the base", [] { return digits(fromDigits({1, 10}, 10)); }, digitTooLarge, ""},
+        {"digits with zeros on top", [] { return digits(fromDigits({3, 0, 1, 0, 0}, 10)); }, {},
+         "3,0,1/5"},
+        {"digit equal to the base", [] { return digits(fromDigits({1, 10}, 10)); }, digitTooLarge,
+         ""},
         {"digits in base 1", [] { return digits(fromDigits({0}, 1)); },
          "BigUnsignedInABase::BigUnsignedInABase(const Digit *, Index, Base): The base must be at "
          "least 2", ""},
@@ -103,18 +105,24 @@ const QVector<Case> &cases()
         {"base 1 takes zeros", [] { return decimal(D("000", 1)) + std::string(D("", 1)); }, {},
          "00"},
         {"base 0 rejects 0", [] { return decimal(D("0", 0)); }, digitTooLarge, ""},
-        {"to string", [] { return std::string(D(BigUnsigned(255), 16)) + std::string(D(BigUnsigned(35), 36)); },
+        {"to string",
+         [] { return std::string(D(BigUnsigned(255), 16)) + std::string(D(BigUnsigned(35), 36)); },
          {}, "FFZ"},
         {"base 37 to string", [] { return std::string(D(BigUnsigned(5), 37)); },
          "BigUnsignedInABase ==> std::string: " + baseOver36, ""},
         // Decimal text with a sign.
-        {"-(2^96 - 1)", [] { return bigIntegerToString(BigInteger(fromBlocks({~0u, ~0u, ~0u}), BigInteger::negative)); },
+        {"-(2^96 - 1)", [] {
+             const BigUnsigned magnitude = fromBlocks({~0u, ~0u, ~0u});
+             return bigIntegerToString(BigInteger(magnitude, BigInteger::negative));
+         },
          {}, "-79228162514264337593543950335"},
-        {"zero", [] { return decimal(BigUnsigned()) + bigIntegerToString(BigInteger()); }, {}, "00"},
+        {"zero", [] { return decimal(BigUnsigned()) + bigIntegerToString(BigInteger()); }, {},
+         "00"},
         {"+42, 007, -0, -000, -, +", [] {
              std::string all;
              for (const char *s : {"+42", "007", "-0", "-000", "-", "+"})
-                 all += bigIntegerToString(stringToBigInteger(s)) + std::to_string(stringToBigInteger(s).getSign()) + " ";
+                 all += bigIntegerToString(stringToBigInteger(s))
+                         + std::to_string(stringToBigInteger(s).getSign()) + " ";
              return all;
          }, {}, "421 71 00 00 00 00 "},
         {"--5", [] { return bigIntegerToString(stringToBigInteger("--5")); }, badSymbol, ""},
@@ -131,9 +139,11 @@ const QVector<Case> &cases()
                      + streamed(BigInteger(), oct | showbase, false);
          }, {}, "255 FF 0xFF 0377 255 0xFF -10 -0xFF 00"},
         {"stream without a base", [] {
-             return streamed(BigInteger(5), showbase, true) + streamed(BigInteger(-5), showbase, false);
+             return streamed(BigInteger(5), showbase, true)
+                     + streamed(BigInteger(-5), showbase, false);
          }, {}, "(thrown)-(thrown)"},
-        {"stream text", [] { std::ostringstream out; out.flags(showbase); out << BigUnsigned(5); return ""; },
+        {"stream text",
+         [] { std::ostringstream out; out.flags(showbase); out << BigUnsigned(5); return ""; },
          noStreamBase, ""},
     };
     return all;

@@ -132,7 +132,8 @@ const QVector<Case> &cases()
          [](B &x, B &y) { y = B(7), x.divideWithRemainder(y, y); }, {}, {2}, {14}, 2},
         {"x /= x", {5, 9}, [](B &x, B &) { const B &itself = x; x /= itself; }, {}, {1}, {}, 3},
         // Capacities: exactly what is asked, kept when large enough, never shrunk.
-        {"sum into zero", {}, [](B &x, B &) { x.add(fromBlocks({1, 2}), B(3)); }, {}, {4, 2}, {}, 3},
+        {"sum into zero", {}, [](B &x, B &) { x.add(fromBlocks({1, 2}), B(3)); }, {}, {4, 2}, {},
+         3},
         {"product into zero", {},
          [](B &x, B &) { x.multiply(fromBlocks({1, 2}), fromBlocks({3, 4, 5})); }, {},
          {3, 10, 13, 10}, {}, 5},
