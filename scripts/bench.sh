@@ -112,11 +112,10 @@ set multiplot layout 2,3 title "Time per call against operand size (log-log; low
 set logscale xy
 set format y "10^{%L}"
 set xlabel "bits"
-set ylabel "ns"
 set key top left
 set grid
 do for [c in "multiply divide modexp gcd totext fromtext"] {
-    set title c
+    set ylabel sprintf("%s: ns per call", c)
     plot for [impl in "orvex gmp boost orvex-reference"] \
         sprintf("$out/plot/%s_%s.dat", c, impl) using 1:2 with linespoints title impl
 }
