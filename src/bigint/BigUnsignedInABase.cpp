@@ -111,7 +111,7 @@ BigUnsignedInABase::BigUnsignedInABase(const std::string &s, Base base) : base(b
 BigUnsignedInABase::operator BigUnsigned() const
 {
     // Horner's rule from the most significant digit.
-    BigUnsigned result, shifted;
+    BigUnsigned result, shifted, digit;
     const BigUnsigned bigBase(base);
     Index i = length;
     const Chunk chunk(base);
@@ -121,10 +121,15 @@ BigUnsignedInABase::operator BigUnsigned() const
         // least as far as any earlier step could. The assignment sizes it exactly.
         i = chunk.digits + 1;
         result = BigIntFastPaths::valueOf(blocks + i, length - i, base);
+        // The scratch values get their room once; only the result's capacity is seen outside.
+        shifted.setBlock(result.getLength() + 1, 1);
+        shifted.setBlock(result.getLength() + 1, 0);
+        digit.setBlock(0, 1);
     }
     for (; i > 0; i--) {
         shifted.multiply(result, bigBase);
-        result.add(shifted, BigUnsigned(blocks[i - 1]));
+        digit.setBlock(0, blocks[i - 1]);
+        result.add(shifted, digit);
     }
     return result;
 }
