@@ -1,5 +1,6 @@
 // Round trip of one request through Orvex::Manager against a local echo peer, side by side with
 // the same framing over a plain blocking POSIX socket and over a bare QTcpSocket.
+#include "EchoPeer.h"
 #include "RatioReporter.h"
 
 #include <message/Manager.h>
@@ -9,10 +10,6 @@
 #include <QHostAddress>
 #include <QTcpSocket>
 
-#include <atomic>
-#include <cstring>
-#include <stdexcept>
-#include <thread>
 #include <vector>
 
 #include <arpa/inet.h>
@@ -23,109 +20,8 @@
 
 namespace {
 
-constexpr int headerSize = 12;
-
-bool readFully(int fd, char *data, std::size_t size)
-{
-    while (size > 0) {
-        const ssize_t got = ::read(fd, data, size);
-        if (got <= 0)
-            return false;
-        data += got;
-        size -= std::size_t(got);
-    }
-    return true;
-}
-
-bool writeFully(int fd, const char *data, std::size_t size)
-{
-    while (size > 0) {
-        const ssize_t put = ::write(fd, data, size);
-        if (put <= 0)
-            return false;
-        data += put;
-        size -= std::size_t(put);
-    }
-    return true;
-}
-
-quint32 innerLength(const char *header)
-{
-    quint32 length = 0;
-    std::memcpy(&length, header + 8, 4);
-    length = ntohl(length);
-    return length == 0xFFFFFFFFu ? 0 : length;
-}
-
-int listenOn(quint16 port)
-{
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    const int on = 1;
-    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (::bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0
-        || ::listen(fd, 16) != 0)
-        throw std::runtime_error("cannot listen on the loopback ports 8889 and 9998");
-    return fd;
-}
-
-// Echoes every frame back unchanged; a payload that is one element reads back as that element.
-class EchoPeer
-{
-public:
-    EchoPeer() : requests(listenOn(8889)), notifications(listenOn(9998))
-    {
-        acceptor = std::thread([this] {
-            for (;;) {
-                const int fd = ::accept(requests, nullptr, nullptr);
-                if (fd < 0)
-                    return;
-                const int on = 1;
-                ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-                std::thread([fd] {
-                    echo(fd);
-                }).detach();
-            }
-        });
-        idle = std::thread([this] {
-            while (::accept(notifications, nullptr, nullptr) >= 0) {}
-        });
-    }
-    ~EchoPeer()
-    {
-        ::shutdown(requests, SHUT_RDWR);
-        ::shutdown(notifications, SHUT_RDWR);
-        acceptor.join();
-        idle.join();
-        ::close(requests);
-        ::close(notifications);
-    }
-
-private:
-    static void echo(int fd)
-    {
-        std::vector<char> frame;
-        for (;;) {
-            frame.resize(headerSize);
-            if (!readFully(fd, frame.data(), headerSize))
-                break;
-            const quint32 length = innerLength(frame.data());
-            frame.resize(headerSize + length);
-            if (!readFully(fd, frame.data() + headerSize, length)
-                || !writeFully(fd, frame.data(), frame.size()))
-                break;
-        }
-        ::close(fd);
-    }
-
-    int requests;
-    int notifications;
-    std::thread acceptor;
-    std::thread idle;
-};
+using EchoPeerDetail::readFully;
+using EchoPeerDetail::writeFully;
 
 Message request(std::int64_t size)
 {
