@@ -63,6 +63,37 @@ X convertToSignedPrimitive(const BigInteger &x, unsigned long largest,
     throw tooBigText;
 }
 
+// sign and mag become (aSign, aMag) + (bSign, bMag); neither operand may share storage with mag.
+void addSigned(BigInteger::Sign &sign, BigUnsigned &mag, BigInteger::Sign aSign,
+               const BigUnsigned &aMag, BigInteger::Sign bSign, const BigUnsigned &bMag)
+{
+    if (aSign == BigInteger::zero || bSign == BigInteger::zero) {
+        const bool takeB = aSign == BigInteger::zero;
+        sign = takeB ? bSign : aSign;
+        mag = takeB ? bMag : aMag;
+        return;
+    }
+    if (aSign == bSign) {
+        sign = aSign;
+        mag.add(aMag, bMag);
+        return;
+    }
+    switch (aMag.compareTo(bMag)) {
+    case BigUnsigned::equal:
+        mag = BigUnsigned();
+        sign = BigInteger::zero;
+        break;
+    case BigUnsigned::greater:
+        sign = aSign;
+        mag.subtract(aMag, bMag);
+        break;
+    case BigUnsigned::less:
+        sign = bSign;
+        mag.subtract(bMag, aMag);
+        break;
+    }
+}
+
 } // namespace
 
 BigInteger::BigInteger(const Blk *source, Index count, Sign s) : sign(zero), mag(source, count)
@@ -161,67 +192,14 @@ void BigInteger::add(const BigInteger &a, const BigInteger &b)
 {
     if (computedThroughTemporary(*this, &BigInteger::add, a, b))
         return;
-    if (a.sign == zero) {
-        *this = b;
-        return;
-    }
-    if (b.sign == zero) {
-        *this = a;
-        return;
-    }
-    if (a.sign == b.sign) {
-        sign = a.sign;
-        mag.add(a.mag, b.mag);
-        return;
-    }
-    switch (a.mag.compareTo(b.mag)) {
-    case BigUnsigned::equal:
-        mag = BigUnsigned();
-        sign = zero;
-        break;
-    case BigUnsigned::greater:
-        sign = a.sign;
-        mag.subtract(a.mag, b.mag);
-        break;
-    case BigUnsigned::less:
-        sign = b.sign;
-        mag.subtract(b.mag, a.mag);
-        break;
-    }
+    addSigned(sign, mag, a.sign, a.mag, b.sign, b.mag);
 }
 
 void BigInteger::subtract(const BigInteger &a, const BigInteger &b)
 {
     if (computedThroughTemporary(*this, &BigInteger::subtract, a, b))
         return;
-    if (a.sign == zero) {
-        mag = b.mag;
-        sign = Sign(-b.sign);
-        return;
-    }
-    if (b.sign == zero) {
-        *this = a;
-        return;
-    }
-    if (a.sign != b.sign) {
-        sign = a.sign;
-        mag.add(a.mag, b.mag);
-        return;
-    }
-    switch (a.mag.compareTo(b.mag)) {
-    case BigUnsigned::equal:
-        mag = BigUnsigned();
-        sign = zero;
-        break;
-    case BigUnsigned::greater:
-        sign = a.sign;
-        mag.subtract(a.mag, b.mag);
-        break;
-    case BigUnsigned::less:
-        sign = Sign(-b.sign);
-        mag.subtract(b.mag, a.mag);
-        break;
-    }
+    addSigned(sign, mag, a.sign, a.mag, Sign(-b.sign), b.mag);
 }
 
 void BigInteger::multiply(const BigInteger &a, const BigInteger &b)
