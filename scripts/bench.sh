@@ -105,6 +105,8 @@ for csv in "$out/bench_integers.csv" "$out/bench_integers.reference.csv"; do
             print part[3], $3 * scale >> (dir "/" part[1] "_" part[2] suffix ".dat")
         }' "$csv"
 done
+implementations="orvex gmp boost"
+[ -f "$out/bench_integers.reference.csv" ] && implementations+=" orvex-reference"
 gnuplot <<EOF
 set terminal pngcairo size 1500,900 font ",10"
 set output "$root/docs/integers.png"
@@ -116,7 +118,7 @@ set key top left
 set grid
 do for [c in "multiply divide modexp gcd totext fromtext"] {
     set ylabel sprintf("%s: ns per call", c)
-    plot for [impl in "orvex gmp boost orvex-reference"] \
+    plot for [impl in "$implementations"] \
         sprintf("$out/plot/%s_%s.dat", c, impl) using 1:2 with linespoints title impl
 }
 unset multiplot
