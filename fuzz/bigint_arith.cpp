@@ -12,6 +12,8 @@
 #include <bigint/BigUnsignedInABase.h>
 #include <bigint/NumberTheory.h>
 
+#include "GmpMirror.h"
+
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
@@ -21,56 +23,6 @@
 #include <gmp.h>
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
-
-class Mpz
-{
-public:
-    Mpz() { mpz_init(v); }
-    explicit Mpz(long x) { mpz_init_set_si(v, x); }
-    Mpz(const Mpz &x) { mpz_init_set(v, x.v); }
-    ~Mpz() { mpz_clear(v); }
-    Mpz &operator=(const Mpz &x)
-    {
-        mpz_set(v, x.v);
-        return *this;
-    }
-    int sign() const { return mpz_sgn(v); }
-    mpz_t v;
-};
-
-bool operator==(const Mpz &a, const Mpz &b)
-{
-    return mpz_cmp(a.v, b.v) == 0;
-}
-
-Mpz toMpz(const BigUnsigned &x)
-{
-    Mpz out;
-    for (BigUnsigned::Index i = x.getLength(); i-- > 0;) {
-        mpz_mul_2exp(out.v, out.v, 32);
-        mpz_add_ui(out.v, out.v, x.blockAt(i));
-    }
-    return out;
-}
-
-Mpz toMpz(const BigInteger &x)
-{
-    Mpz out = toMpz(x.getMagnitude());
-    if (x.getSign() == BigInteger::negative)
-        mpz_neg(out.v, out.v);
-    return out;
-}
-
-bool isNormal(const BigUnsigned &x)
-{
-    return x.getLength() == 0 || x.blockAt(x.getLength() - 1) != 0;
-}
 
 // The text thrown by f, or null; anything other than a library text is a fault.
 template <class F>

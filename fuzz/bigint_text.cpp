@@ -10,6 +10,8 @@
 #include <bigint/BigUnsigned.h>
 #include <bigint/BigUnsignedInABase.h>
 
+#include "GmpMirror.h"
+
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -28,36 +30,6 @@ const char *const badSymbolText = "BigUnsignedInABase(std::string, Base): Bad sy
 const char *const digitTooLargeText =
         "BigUnsignedInABase::BigUnsignedInABase(const Digit *, Index, "
         "Base): A digit is too large for the specified base";
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
-
-class Mpz
-{
-public:
-    Mpz() { mpz_init(value); }
-    ~Mpz() { mpz_clear(value); }
-    Mpz(const Mpz &) = delete;
-    Mpz &operator=(const Mpz &) = delete;
-    mpz_t value;
-};
-
-void toMpz(const BigUnsigned &x, mpz_t out)
-{
-    mpz_set_ui(out, 0);
-    for (BigUnsigned::Index i = x.getLength(); i-- > 0;) {
-        mpz_mul_2exp(out, out, 32);
-        mpz_add_ui(out, out, x.blockAt(i));
-    }
-}
-
-bool isNormal(const BigUnsigned &x)
-{
-    return x.getLength() == 0 || x.blockAt(x.getLength() - 1) != 0;
-}
 
 int symbolValue(unsigned char c)
 {
@@ -104,7 +76,7 @@ std::string upperWithoutLeadingZeros(const std::string &s)
 void checkInABase(const std::string &s, unsigned base)
 {
     Mpz expected;
-    const char *expectedText = expectedParse(s, base, expected.value);
+    const char *expectedText = expectedParse(s, base, expected.v);
     try {
         const BigUnsignedInABase digits(s, BigUnsignedInABase::Base(base));
         require(expectedText == nullptr);
@@ -118,9 +90,7 @@ void checkInABase(const std::string &s, unsigned base)
                     == unsigned(symbolValue(static_cast<unsigned char>(plain[length - 1 - i]))));
         const BigUnsigned number = digits;
         require(isNormal(number));
-        Mpz actual;
-        toMpz(number, actual.value);
-        require(mpz_cmp(actual.value, expected.value) == 0);
+        require(toMpz(number) == expected);
         require(std::string(digits) == plain);
         if (base >= 2) {
             const BigUnsignedInABase back(number, BigUnsignedInABase::Base(base));
@@ -140,17 +110,15 @@ void checkBigInteger(const std::string &s)
         digits = s.substr(1);
     }
     Mpz expected;
-    const char *expectedText = expectedParse(digits, 10, expected.value);
+    const char *expectedText = expectedParse(digits, 10, expected.v);
     try {
         const BigInteger x = stringToBigInteger(s);
         require(expectedText == nullptr);
         if (sign < 0)
-            mpz_neg(expected.value, expected.value);
-        require(x.getSign() == mpz_sgn(expected.value));
-        Mpz magnitude;
-        toMpz(x.getMagnitude(), magnitude.value);
-        mpz_abs(expected.value, expected.value);
-        require(mpz_cmp(magnitude.value, expected.value) == 0);
+            mpz_neg(expected.v, expected.v);
+        require(x.getSign() == mpz_sgn(expected.v));
+        mpz_abs(expected.v, expected.v);
+        require(toMpz(x.getMagnitude()) == expected);
         const std::string decimal = bigIntegerToString(x);
         require(decimal == (x.getSign() < 0 ? "-" : "") + upperWithoutLeadingZeros(digits));
     } catch (const char *text) {
