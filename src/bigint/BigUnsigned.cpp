@@ -23,6 +23,29 @@ constexpr const char *tooBigText =
 constexpr const char *negativeResultText =
         "BigUnsigned::subtract: Negative result in unsigned calculation";
 
+constexpr const char *overLongProductText =
+        "BigUnsigned::multiply: Result too long for its bit length to fit an Index";
+
+// Length limits: a value of more than maxBlocks blocks is refused.
+
+template <class Length>
+void requireLength(Length blockCount, const char *tooLongText)
+{
+    if (blockCount > maxBlocks)
+        throw tooLongText;
+}
+
+// Whether longer + shorter needs a block more than longer has: shorter exceeds longer's complement.
+bool carriesOffTheTop(const BigUnsigned &longer, const BigUnsigned &shorter)
+{
+    for (Index i = longer.getLength(); i > 0; i--) {
+        const Blk room = ~longer.blockAt(i - 1), addend = shorter.blockAt(i - 1);
+        if (addend != room)
+            return addend > room;
+    }
+    return false;
+}
+
 // Conversion to primitives
 
 // The common step: at most one block, and that block must survive a round trip through X.
@@ -200,6 +223,12 @@ void BigUnsigned::holdOneBlock(Blk b)
     blocks[0] = b;
 }
 
+BigUnsigned::BigUnsigned(const Blk *source, Index count) : BlockArray<Blk>(source, count)
+{
+    requireLength(length,
+                  "BigUnsigned constructor: Too many blocks for the bit length to fit an Index");
+}
+
 BigUnsigned::BigUnsigned(unsigned long x) : BigUnsigned()
 {
     if (x != 0)
@@ -282,6 +311,9 @@ void BigUnsigned::setBlock(Index i, Blk b)
         return;
     }
     if (i >= length) {
+        requireLength(
+                i + 1ul,
+                "BigUnsigned::setBlock: Block index too high for the bit length to fit an Index");
         reserveAndKeep(i + 1);
         for (Index j = length; j < i; j++)
             blocks[j] = 0;
@@ -307,6 +339,9 @@ bool BigUnsigned::bitAt(Index i) const
 
 void BigUnsigned::setBit(Index i, bool value)
 {
+    if (value)
+        requireLength(i / bitsPerBlock + 1ul,
+                      "BigUnsigned::setBit: Bit index too high for the bit length to fit an Index");
     Blk mask = Blk(1) << (i % bitsPerBlock);
     Blk block = blockAt(i / bitsPerBlock);
     setBlock(i / bitsPerBlock, value ? block | mask : block & ~mask);
@@ -333,6 +368,8 @@ void BigUnsigned::add(const BigUnsigned &a, const BigUnsigned &b)
     }
     const BigUnsigned &longer = a.length >= b.length ? a : b;
     const BigUnsigned &shorter = a.length >= b.length ? b : a;
+    if (longer.length == maxBlocks && carriesOffTheTop(longer, shorter))
+        throw "BigUnsigned::add: Result too long for its bit length to fit an Index";
     reserve(longer.length + 1);
     length = longer.length + 1;
     bool carry = addBlocks(blocks, longer.blocks, shorter.blocks, shorter.length, false);
@@ -379,27 +416,33 @@ void BigUnsigned::multiply(const BigUnsigned &a, const BigUnsigned &b)
         length = 0;
         return;
     }
+    // Only the top block may turn out zero: a product two blocks over the limit is refused at
+    // once, one block over only once it is known.
+    requireLength(a.length + b.length - 1ul, overLongProductText);
     reserve(a.length + b.length);
     length = a.length + b.length;
     if (BigIntFastPaths::takenFor(a, b)) {
         multiplyMagnitudes(blocks, a.blocks, a.length, b.blocks, b.length);
-        if (blocks[length - 1] == 0)
-            length--;
-        return;
-    }
-    for (Index i = 0; i < length; i++)
-        blocks[i] = 0;
-    for (Index i = 0; i < a.length; i++) {
-        for (unsigned k = 0; k < bitsPerBlock; k++) {
-            if ((a.blocks[i] >> k) & 1) {
-                bool carry = addShiftedInto(blocks + i, length - i, b.blocks, b.length, k);
-                assert(!carry);
-                (void)carry;
+    } else {
+        for (Index i = 0; i < length; i++)
+            blocks[i] = 0;
+        for (Index i = 0; i < a.length; i++) {
+            for (unsigned k = 0; k < bitsPerBlock; k++) {
+                if ((a.blocks[i] >> k) & 1) {
+                    bool carry = addShiftedInto(blocks + i, length - i, b.blocks, b.length, k);
+                    assert(!carry);
+                    (void)carry;
+                }
             }
         }
     }
     if (blocks[length - 1] == 0)
         length--;
+    if (length > maxBlocks) {
+        // The receiver is left zero, a known state, as subtract leaves it.
+        length = 0;
+        throw overLongProductText;
+    }
 }
 
 void BigUnsigned::divideWithRemainder(const BigUnsigned &b, BigUnsigned &q)
@@ -548,6 +591,10 @@ void BigUnsigned::bitShiftLeft(const BigUnsigned &a, int n)
     }
     const Index wholeBlocks = Index(n) / bitsPerBlock;
     const unsigned bits = Index(n) % bitsPerBlock;
+    const bool topBlockKept =
+            bits > 0 && a.length > 0 && a.blocks[a.length - 1] >> (bitsPerBlock - bits) != 0;
+    requireLength(a.length + wholeBlocks + (topBlockKept ? 1ul : 0ul),
+                  "BigUnsigned::bitShiftLeft: Result too long for its bit length to fit an Index");
     reserve(a.length + wholeBlocks + 1);
     length = a.length + wholeBlocks + 1;
     for (Index i = 0; i < wholeBlocks; i++)
@@ -586,6 +633,8 @@ void BigUnsigned::bitShiftRight(const BigUnsigned &a, int n)
 
 BigUnsigned &BigUnsigned::operator++()
 {
+    if (length == maxBlocks && carriesOffTheTop(*this, BigUnsigned(1u)))
+        throw "BigUnsigned::operator ++(): Result too long for its bit length to fit an Index";
     if (incrementBlocks(blocks, length)) {
         reserveAndKeep(length + 1);
         blocks[length] = 1;

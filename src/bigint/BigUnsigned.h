@@ -16,8 +16,9 @@ public:
     enum CompareResult : int { less = -1, equal = 0, greater = 1 };
 
     BigUnsigned() = default;
-    // Copies `count` blocks, then drops zero blocks from the top.
-    BigUnsigned(const Blk *source, Index count) : BlockArray<Blk>(source, count) {}
+    // Copies `count` blocks, then drops zero blocks from the top. Like every operation, throws
+    // when the value would be too long for its bit length to fit an Index.
+    BigUnsigned(const Blk *source, Index count);
 
     // Deliberate: the 64-bit types keep only their low 32 bits, and a non-zero argument always
     // makes one block, so 2^32 gives a one-block zero that is not in normal form.
@@ -37,6 +38,7 @@ public:
     short toShort() const;
 
     // Storing 0 into the top block renormalises; storing past the end extends with zero blocks.
+    // A non-zero block or bit so high that the bit length would not fit an Index throws.
     void setBlock(Index i, Blk b);
     Index bitLength() const;
     bool bitAt(Index i) const;

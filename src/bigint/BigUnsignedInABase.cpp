@@ -92,6 +92,8 @@ BigUnsignedInABase::BigUnsignedInABase(const std::string &s, Base base) : base(b
         throw "BigUnsignedInABase(std::string, Base): The default string conversion routines use "
               "the symbol set 0-9, A-Z and therefore support only up to base 36.  You tried a "
               "conversion with a base over 36; write your own string conversion routine.";
+    if (s.length() > Index(-1))
+        throw "BigUnsignedInABase(std::string, Base): Text too long for its length to fit an Index";
     const Index symbolCount = Index(s.length());
     reserve(symbolCount);
     length = symbolCount;

@@ -16,6 +16,8 @@ using Blk = BigUnsigned::Blk;
 using Index = BigUnsigned::Index;
 
 constexpr unsigned bitsPerBlock = 32;
+// The most blocks a magnitude may hold: its bit length, like every bit index, must fit an Index.
+constexpr Index maxBlocks = Index(-1) / bitsPerBlock;
 
 template <class Limb>
 inline void copyBlocks(Limb *result, const Limb *x, Index n)
