@@ -9,37 +9,46 @@
 
 namespace Orvex {
 
-// The process-wide client of the local message service on the loopback interface.
-//
-// Life cycle:
-//  1. getInstance() creates the one Manager on first use; its constructor starts connecting to
-//     port 8889 (requests and replies) and port 9998 (unsolicited data) without waiting.
-//  2. send() writes one request frame and blocks until its reply has arrived, then returns the
-//     reply's first element. On an unconnected socket it returns the default value.
-//  3. A send() that gets no reply within 30000 ms (or fails with an exception) deletes the
-//     singleton itself; the next getInstance() builds a fresh client. Fetch the pointer through
-//     getInstance() for every request, never keep it.
-//  4. close() deletes the singleton explicitly; nothing deletes it at process exit.
-// Everything runs on the thread that created the singleton; there are no locks.
+/// \addtogroup message
+/// @{
+
+/// The process-wide client of the local message service on the loopback interface.
+///
+/// Life cycle:
+///  1. getInstance() creates the one Manager on first use; its constructor starts connecting to
+///     port 8889 (requests and replies) and port 9998 (unsolicited data, logged as a trace line)
+///     without waiting.
+///  2. send() writes one request frame and blocks until its reply has arrived, then returns the
+///     reply's first element. On an unconnected socket it returns the default value.
+///  3. A send() that gets no reply within 30000 ms (or fails with an exception) deletes the
+///     singleton itself; the next getInstance() builds a fresh client. Fetch the pointer through
+///     getInstance() for every request, never keep it.
+///  4. close() deletes the singleton explicitly; nothing deletes it at process exit.
+///
+/// Everything runs on the thread that created the singleton; there are no locks.
 class Manager : public QObject
 {
     Q_OBJECT
 
 public:
+    /// Starts connecting both sockets. Hosts use getInstance() instead.
     Manager();
     ~Manager() override;
 
+    /// The singleton, created and connecting on first use.
     static Manager *getInstance();
+    /// Deletes the singleton, if any; the next getInstance() connects afresh.
     static void close();
 
-    // Never throws. Logs "[default]" or "[No return]" at error level and returns defaultValue on
-    // failure. Once a reply has begun, waits without bound for the rest of its frame.
+    /// Sends one request and returns the first element of its reply. Never throws: on failure it
+    /// logs "[default]" or "[No return]" at error level and returns defaultValue.
+    /// Deliberate: once a reply has begun, it waits without bound for the rest of its frame.
     QVariant send(const Message &message, const QVariant &defaultValue);
 
-    // Writes one frame: the payload's size as a signed 64-bit integer, then the payload as a
-    // data-stream byte array (stream version 12). Returns the result of QIODevice::write.
+    /// Writes one frame: the payload's size as a signed 64-bit integer, then the payload as a
+    /// data-stream byte array (stream version 12). Returns the result of QIODevice::write.
     qint64 writeSocket(const QByteArray &data);
-    // Reads one frame from the request socket and returns its payload.
+    /// Reads one frame from the request socket and returns its payload.
     QByteArray readSocket();
 
 private slots:
@@ -53,6 +62,8 @@ private:
 
     Q_DISABLE_COPY(Manager)
 };
+
+/// @}
 
 } // namespace Orvex
 
