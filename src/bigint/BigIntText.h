@@ -7,21 +7,29 @@
 #include <ostream>
 #include <string>
 
+/// \addtogroup bigint
+/// @{
+
 // Decimal text of the integers, and stream output in the stream's base. The parsers throw the
 // texts of BigUnsignedInABase for a bad symbol.
 
+/// Decimal digits.
 std::string bigUnsignedToString(const BigUnsigned &x);
-// A leading "-" for a negative number.
+/// Decimal digits, with a leading "-" for a negative number.
 std::string bigIntegerToString(const BigInteger &x);
+/// Parses decimal digits; throws BigUnsignedInABase's text for a bad symbol.
 BigUnsigned stringToBigUnsigned(const std::string &s);
-// One leading "-" or "+" at most: a second sign character is a bad symbol.
+/// Parses decimal digits after one leading "-" or "+" at most: a second sign character is a bad
+/// symbol.
 BigInteger stringToBigInteger(const std::string &s);
 
-// Decimal, hexadecimal or octal as the stream's base flags say, tested in that order, with the
-// "0x" or "0" prefix when the show-base flag is set; letters always upper case. Throws for a
-// stream with no base flag.
+/// Decimal, hexadecimal or octal as the stream's base flags say, tested in that order, with the
+/// "0x" or "0" prefix when the show-base flag is set; letters always upper case. Throws for a
+/// stream with no base flag.
 std::ostream &operator<<(std::ostream &os, const BigUnsigned &x);
-// The minus sign comes before the prefix.
+/// As for BigUnsigned; the minus sign comes before the prefix.
 std::ostream &operator<<(std::ostream &os, const BigInteger &x);
+
+/// @}
 
 #endif // ORVEX_BIGINT_BIGINTTEXT_H
