@@ -2,34 +2,14 @@
 
 #include "service/QtServicePrivate.h"
 #include "service/QtUnixSocket.h"
+#include "service/ServiceRegistry_p.h"
 
 #include <QProcess>
-#include <QSettings>
-
-#include <cstdio>
 
 #include <pwd.h>
 #include <unistd.h>
 
 namespace {
-
-// The registry: every access opens it afresh, so other processes' changes are seen.
-constexpr char organization[] = "Pleiklukla";
-constexpr char servicesGroup[] = "services";
-constexpr char pathKey[] = "path";
-constexpr char descriptionKey[] = "description";
-// Deliberate: written as "automaticStartup", read as "startupType", so startupType() is 0 after
-// install.
-constexpr char startupWriteKey[] = "automaticStartup";
-constexpr char startupReadKey[] = "startupType";
-
-QVariant serviceValue(const QString &serviceName, const char *key)
-{
-    QSettings settings(QSettings::SystemScope, QLatin1String(organization), QString());
-    settings.beginGroup(QLatin1String(servicesGroup));
-    settings.beginGroup(serviceName);
-    return settings.value(QLatin1String(key));
-}
 
 QString loginName()
 {
@@ -72,24 +52,12 @@ bool QtServiceController::install(const QString &serviceFilePath, const QString 
 
 bool QtServiceController::uninstall()
 {
-    QSettings settings(QSettings::SystemScope, QLatin1String(organization), QString());
-    settings.beginGroup(QLatin1String(servicesGroup));
-    settings.remove(d->serviceName);
-    settings.endGroup();
-    settings.sync();
-    if (settings.status() == QSettings::AccessError) {
-        std::fprintf(stderr, "Cannot uninstall \"%s\". Cannot write to: %s. Check permissions.\n",
-                     d->serviceName.toLatin1().constData(),
-                     settings.fileName().toLatin1().constData());
-    }
-    return settings.status() == QSettings::NoError;
+    return OrvexRegistry::remove(d->serviceName);
 }
 
 bool QtServiceController::isInstalled() const
 {
-    QSettings settings(QSettings::SystemScope, QLatin1String(organization), QString());
-    settings.beginGroup(QLatin1String(servicesGroup));
-    return settings.childGroups().contains(d->serviceName, Qt::CaseSensitive);
+    return OrvexRegistry::contains(d->serviceName);
 }
 
 bool QtServiceController::isRunning() const
@@ -100,17 +68,18 @@ bool QtServiceController::isRunning() const
 
 QString QtServiceController::serviceDescription() const
 {
-    return serviceValue(d->serviceName, descriptionKey).toString();
+    return OrvexRegistry::value(d->serviceName, OrvexRegistry::Field::Description).toString();
 }
 
 QtServiceController::StartupType QtServiceController::startupType() const
 {
-    return StartupType(serviceValue(d->serviceName, startupReadKey).toInt());
+    return StartupType(
+            OrvexRegistry::value(d->serviceName, OrvexRegistry::Field::StartupType).toInt());
 }
 
 QString QtServiceController::serviceFilePath() const
 {
-    return serviceValue(d->serviceName, pathKey).toString();
+    return OrvexRegistry::value(d->serviceName, OrvexRegistry::Field::Path).toString();
 }
 
 bool QtServiceController::start(const QStringList &arguments)
@@ -149,21 +118,8 @@ bool QtServiceBasePrivate::install(const QString &account, const QString &passwo
 {
     Q_UNUSED(account)
     Q_UNUSED(password)
-    QSettings settings(QSettings::SystemScope, QLatin1String(organization), QString());
-    settings.beginGroup(QLatin1String(servicesGroup));
-    settings.beginGroup(controller.serviceName());
-    settings.setValue(QLatin1String(pathKey), filePath());
-    settings.setValue(QLatin1String(descriptionKey), serviceDescription);
-    settings.setValue(QLatin1String(startupWriteKey), int(startupType));
-    settings.endGroup();
-    settings.endGroup();
-    settings.sync();
-    if (settings.status() == QSettings::AccessError) {
-        std::fprintf(stderr, "Cannot install \"%s\". Cannot write to: %s. Check permissions.\n",
-                     controller.serviceName().toLatin1().constData(),
-                     settings.fileName().toLatin1().constData());
-    }
-    return settings.status() == QSettings::NoError;
+    return OrvexRegistry::write(controller.serviceName(), filePath(), serviceDescription,
+                                int(startupType));
 }
 
 QString socketPath(const QString &serviceName)
