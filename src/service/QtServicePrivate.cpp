@@ -153,7 +153,33 @@ void QtServiceStarter::slotStart()
 
 // Command server
 
-QtServiceSysPrivate::QtServiceSysPrivate() : QtUnixServerSocket(nullptr) {}
+QtServiceSysPrivate::QtServiceSysPrivate() : QtUnixServerSocket(nullptr)
+{
+    // Connections wait unanswered in the base's queue; one whose peer has left is dropped from
+    // it, so that the full queue never stops the server from accepting.
+    connect(this, &QTcpServer::newConnection, this, [this] {
+        const QList<QTcpSocket *> waiting = dropClosedConnections();
+        if (!waiting.isEmpty())
+            connect(waiting.last(), &QAbstractSocket::disconnected, this,
+                    &QtServiceSysPrivate::dropClosedConnections);
+    });
+}
+
+QList<QTcpSocket *> QtServiceSysPrivate::dropClosedConnections()
+{
+    // The queue can only be taken from the front: take it all and put back who is still there.
+    QList<QTcpSocket *> waiting;
+    while (isListening() && hasPendingConnections()) {
+        QTcpSocket *socket = nextPendingConnection();
+        if (socket->state() == QAbstractSocket::ConnectedState)
+            waiting << socket;
+        else
+            socket->deleteLater();
+    }
+    for (QTcpSocket *socket : qAsConst(waiting))
+        addPendingConnection(socket);
+    return waiting;
+}
 
 QtServiceSysPrivate::~QtServiceSysPrivate()
 {

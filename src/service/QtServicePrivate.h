@@ -5,6 +5,7 @@
 #include "service/QtServiceController.h"
 #include "service/QtUnixServerSocket.h"
 
+#include <QList>
 #include <QMap>
 #include <QObject>
 #include <QString>
@@ -113,6 +114,9 @@ public:
 #pragma GCC diagnostic ignored "-Woverloaded-virtual"
     void incomingConnection(int socketDescriptor);
 #pragma GCC diagnostic pop
+
+    /// Deletes the connections in the base's queue whose peer has closed; returns the others.
+    QList<QTcpSocket *> dropClosedConnections();
 
     /// Takes the next line ended by "\r\n" out of the connection's buffer; empty when there is
     /// none (or when the line is empty).

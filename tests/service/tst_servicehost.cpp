@@ -46,6 +46,8 @@ private slots:
     void runsInThisProcess_data();
     void runsInThisProcess();
     void killedServiceStartsAgain();
+    void hostileInput_data();
+    void hostileInput();
 
 private:
     Outcome runService(const QStringList &arguments, const QString &environment = QString());
@@ -358,6 +360,86 @@ void tst_ServiceHost::killedServiceStartsAgain()
     start = startDetached();
     QVERIFY2(start.endsWith(started), start.constData());
     QVERIFY(QtServiceController(name).isRunning());
+}
+
+void tst_ServiceHost::hostileInput_data()
+{
+    QTest::addColumn<QString>("serviceName");
+    QTest::addColumn<QString>("operation");
+    QTest::addColumn<QByteArray>("err");
+    const QByteArray refused = ". A service name must not be empty or contain '/' or '\\'.\n";
+    QTest::newRow("empty name: uninstall refused") << ""
+                                                   << "uninstall"
+                                                   << "Cannot uninstall \"\"" + refused;
+    QTest::newRow("backslash: uninstall refused") << "Alpha\\"
+                                                  << "uninstall"
+                                                  << "Cannot uninstall \"Alpha\\\"" + refused;
+    QTest::newRow("path: install refused") << "Alpha/Sub"
+                                           << "install"
+                                           << "Cannot install \"Alpha/Sub\"" + refused
+                    + "The service Alpha/Sub could not be installed\n";
+    QTest::newRow("path: no other record read") << "Alpha/"
+                                                << "read" << QByteArray();
+    QTest::newRow("1,000 status queries of a running service") << name << "status" << QByteArray();
+}
+
+// Another service's record is there; no name may reach it, and a status query never jams.
+void tst_ServiceHost::hostileInput()
+{
+    QFETCH(QString, serviceName);
+    QFETCH(QString, operation);
+    QFETCH(QByteArray, err);
+
+    QSettings settings(QSettings::SystemScope, QStringLiteral("Pleiklukla"), QString());
+    settings.setValue(QStringLiteral("services/Alpha/path"), QStringLiteral("/bin/alpha"));
+    settings.sync();
+    QtServiceController controller(serviceName);
+    QByteArray written;
+    if (operation == "install") {
+        const Outcome outcome =
+                runService({QStringLiteral("-i")}, "ORVEX_TEST_SERVICE=" + serviceName);
+        QCOMPARE(outcome.exitCode, 255);
+        written = outcome.err;
+    } else if (operation == "uninstall") {
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        std::fflush(stderr);
+        const int saved = ::dup(STDERR_FILENO);
+        ::dup2(file.handle(), STDERR_FILENO);
+        const bool uninstalled = controller.uninstall();
+        std::fflush(stderr);
+        ::dup2(saved, STDERR_FILENO);
+        ::close(saved);
+        QVERIFY(!uninstalled);
+        QVERIFY(file.seek(0));
+        written = file.readAll();
+    } else if (operation == "read") {
+        QVERIFY(!controller.isInstalled());
+        QCOMPARE(controller.serviceFilePath(), QString());
+    } else {
+        QVERIFY2(startDetached().startsWith("start pid "), "service did not start");
+        // A connect() that blocks is interrupted, so a jam fails the test instead of hanging it.
+        struct sigaction interrupt = {}, previous = {};
+        interrupt.sa_handler = [](int) {};
+        ::sigaction(SIGALRM, &interrupt, &previous);
+        int answered = 0;
+        while (answered < 1000) {
+            ::alarm(5);
+            const bool running = controller.isRunning();
+            ::alarm(0);
+            if (!running)
+                break;
+            ++answered;
+        }
+        ::sigaction(SIGALRM, &previous, nullptr);
+        QCOMPARE(answered, 1000);
+    }
+    QCOMPARE(written, err);
+    settings.sync();
+    QCOMPARE(settings.allKeys(), QStringList{"services/Alpha/path"});
+    QCOMPARE(settings.value(QStringLiteral("services/Alpha/path")).toString(),
+             QStringLiteral("/bin/alpha"));
+    settings.remove(QStringLiteral("services/Alpha"));
 }
 
 QTEST_GUILESS_MAIN(tst_ServiceHost)
