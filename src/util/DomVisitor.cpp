@@ -26,13 +26,11 @@ void DomVisitor::onError(const QString &) {}
 
 QString DomVisitor::visit(const QString &xml)
 {
-    // Qt's parser recurses once per element level and would overflow this thread's stack on a
-    // deep enough document, so such a document is refused before it is parsed.
-    const qint64 limit = DomDepth::parseDepthLimit();
-    if (DomDepth::nestingDepth(xml) > limit) {
-        const QString message = QStringLiteral("document nested deeper than %1 levels").arg(limit);
-        onError(message);
-        return message;
+    // Refused before parsing: what Qt's parser would overflow the stack or the memory with.
+    const QString refusal = DomGuard::refusal(xml);
+    if (!refusal.isNull()) {
+        onError(refusal);
+        return refusal;
     }
     QDomDocument document;
     QString message;

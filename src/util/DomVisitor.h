@@ -12,9 +12,7 @@ namespace Orvex {
 //
 // The visitor keeps no state of its own, so one object may run any number of walks one after the
 // other, from one thread at a time. The walk keeps its own position on the heap, so deep nesting
-// costs it no stack. Qt's parser does recurse per level, so visit(const QString &) refuses a
-// document nested deeper than the calling thread's stack can parse: about 16,000 levels on an
-// 8 MiB stack, fewer on a smaller one.
+// costs it no stack.
 //
 // Deliberate: no virtual destructor; a visitor is never deleted through a pointer to this base.
 class DomVisitor
@@ -37,14 +35,19 @@ public:
     // Called for each element on the way up, after all its children's callbacks; SkipChildren
     // here counts as Continue.
     virtual DomVisitor::VisitCmd onEndElement(const QDomElement &element);
-    // Called with the parser's message when a text is not well-formed; nothing else is called.
+    /// Called with the parser's message when a text is not well-formed, or with the reason it is
+    /// refused; nothing else is called.
     virtual void onError(const QString &message);
 
-    // Parses xml and walks its document element. Returns an empty (not null) string when the text
-    // parsed, whatever the walk did, or the parser's message when it did not. A document nested
-    // deeper than this thread can parse is not parsed: onError and the result get "document
-    // nested deeper than N levels", N being this thread's bound. Elements that entity references
-    // open count towards the nesting.
+    /// Parses xml and walks its document element. Returns an empty (not null) string when the
+    /// text parsed, whatever the walk did, or else the message onError got. Hostile texts are
+    /// refused before parsing, with a message of this class and no other callback:
+    /// - an internal subset holding more than comments, processing instructions, plain-text
+    ///   entities (a quoted value without '<', '&' or '%') and declarations without references;
+    ///   so parameter and external entities are refused;
+    /// - entity references expanding the text past 4 times its length plus 65,536 characters;
+    /// - tags nested deeper than Qt's parser can recurse on this thread's stack: "document nested
+    ///   deeper than N levels", N about 16,000 on an 8 MiB stack, fewer on a smaller one.
     QString visit(const QString &xml);
     // Walks from element, which includes the siblings that follow it, and returns Continue or Stop.
     VisitCmd visit(const QDomElement &element);

@@ -5,17 +5,26 @@
 #include <QString>
 
 namespace Orvex {
-namespace DomDepth {
+namespace DomGuard {
 
-// The deepest element nesting that parsing xml can reach, never less. A linear scan, not a
-// parser: elements opened through entity references count with what their replacement text
-// opens, and malformed text may count deeper than the parser would get before it fails.
-qint64 nestingDepth(const QString &xml);
+// What parsing a text can reach, read from the text alone.
+struct Reach
+{
+    // Null when the declarations are accepted; otherwise why not, and nothing else is known.
+    QString refusal;
+    // The deepest element nesting of the literal tags, never less than the parser reaches.
+    qint64 depth = 0;
+    // The text's length plus the replacement of every entity reference, never less than the
+    // characters the parser delivers.
+    qint64 expandedSize = 0;
+};
 
-// The deepest nesting that the calling thread's remaining stack parses safely.
-qint64 parseDepthLimit();
+Reach reach(const QString &xml);
 
-} // namespace DomDepth
+// Why visit refuses xml on the calling thread, or a null string.
+QString refusal(const QString &xml);
+
+} // namespace DomGuard
 } // namespace Orvex
 
 #endif // ORVEX_UTIL_DOMVISITOR_P_H

@@ -7,6 +7,7 @@
 #include <QtTest>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 
 namespace {
@@ -66,29 +67,14 @@ QString nested(int depth)
 QString nestedBy(const QString &kind, int depth)
 {
     const int inner = depth - 1;
-    const QString closes = QStringLiteral("</e>").repeated(inner) + QStringLiteral("</r>");
     if (kind == QLatin1String("elements"))
         return nested(depth);
     if (kind == QLatin1String("attributes holding > and />"))
         return QStringLiteral("<e a='>' b=\"/>\">") + nested(inner) + QStringLiteral("</e>");
     if (kind == QLatin1String("self-closing innermost"))
         return nested(inner).insert(inner * 3, QStringLiteral("<e/>"));
-    if (kind == QLatin1String("entities opening levels")) {
-        // One reference of g opens 100 levels: a few bytes open thousands.
-        return QStringLiteral("<!DOCTYPE r [<!ENTITY o '<e>'><!ENTITY c '</e>'><!ENTITY g '")
-                + QStringLiteral("&o;").repeated(100) + QStringLiteral("'>]><r>")
-                + QStringLiteral("&g;").repeated(inner / 100)
-                + QStringLiteral("&o;").repeated(inner % 100)
-                + QStringLiteral("&c;").repeated(inner) + QStringLiteral("</r>");
-    }
-    if (kind == QLatin1String("entity spelt with a character reference"))
-        return QStringLiteral("<!DOCTYPE r [<!ENTITY o '&#60;e>'>]><r>")
-                + QStringLiteral("&o;").repeated(inner) + closes;
-    if (kind == QLatin1String("entity declared by a parameter entity"))
-        return QStringLiteral("<!DOCTYPE r [<!ENTITY % p '<!ENTITY o \"<e>\">'> %p;]><r>")
-                + QStringLiteral("&o;").repeated(inner) + closes;
     // Markup the parser does not nest: comments, sections, instructions, the internal subset.
-    return QStringLiteral("<!DOCTYPE r [<!-- <e> --><!ENTITY x '<e/>'><?p <e>?>]><r>")
+    return QStringLiteral("<!DOCTYPE r [<!-- <e> --><!ENTITY x 'e/>'><?p <e>?>]><r>")
             + QStringLiteral("<!-- <e> --><![CDATA[<e>]]><?p <e>?><e a='&lt;e>'/>&x;&lt;e>")
                       .repeated(depth)
             + QStringLiteral("</r>");
@@ -101,6 +87,22 @@ int boundIn(const QString &message)
             QRegularExpression(QStringLiteral("^document nested deeper than (\\d+) levels$"))
                     .match(message);
     return match.hasMatch() ? match.captured(1).toInt() : -1;
+}
+
+// Runs job on a thread with a 512 KiB stack and waits for it.
+void onSmallStack(const std::function<void()> &job)
+{
+    // Released by the thread and acquired after the wait, so that a race checker that cannot see
+    // inside QThread::wait still orders the results.
+    std::atomic<bool> done{false};
+    std::unique_ptr<QThread> thread(QThread::create([&] {
+        job();
+        done.store(true, std::memory_order_release);
+    }));
+    thread->setStackSize(512 * 1024);
+    thread->start();
+    QVERIFY(thread->wait(60000));
+    QVERIFY(done.load(std::memory_order_acquire));
 }
 
 } // namespace
@@ -119,6 +121,8 @@ private slots:
     void nestingBound_data();
     void nestingBound();
     void smallStackLowersTheBound();
+    void hostileDocument_data();
+    void hostileDocument();
 };
 
 void tst_DomVisitor::walk_data()
@@ -228,8 +232,7 @@ void tst_DomVisitor::nestingBound_data()
 {
     QTest::addColumn<QString>("kind");
     for (const char *kind : {"elements", "attributes holding > and />", "self-closing innermost",
-                             "entities opening levels", "entity spelt with a character reference",
-                             "entity declared by a parameter entity", "markup that does not nest"})
+                             "markup that does not nest"})
         QTest::newRow(kind) << QString::fromLatin1(kind);
 }
 
@@ -266,24 +269,94 @@ void tst_DomVisitor::smallStackLowersTheBound()
     int bound = -1;
     QString result = QStringLiteral("not run");
     int elements = 0;
-    // Released by the thread and acquired after the wait, so that a race checker that cannot see
-    // inside QThread::wait still orders the results.
-    std::atomic<bool> done{false};
-    std::unique_ptr<QThread> thread(QThread::create([&] {
+    onSmallStack([&] {
         Recorder refused;
         bound = boundIn(refused.visit(nested(mainBound)));
         Recorder under;
         result = under.visit(nested(bound));
         elements = under.trace.filter(QRegularExpression(QStringLiteral("^<"))).size();
-        done.store(true, std::memory_order_release);
-    }));
-    thread->setStackSize(512 * 1024);
-    thread->start();
-    QVERIFY(thread->wait(60000));
-    QVERIFY(done.load(std::memory_order_acquire));
+    });
     QVERIFY2(bound > 100 && bound < mainBound / 8, qPrintable(QString::number(bound)));
     QCOMPARE(result, QString(""));
     QCOMPARE(elements, bound);
+}
+
+void tst_DomVisitor::hostileDocument_data()
+{
+    // result: the refusal, or "" when the text is walked, elements then telling the walk.
+    QTest::addColumn<QString>("xml");
+    QTest::addColumn<QString>("result");
+    QTest::addColumn<QString>("elements");
+    const QString markup = "DomVisitor: declarations carrying markup or references are refused";
+    const QString entity = "DomVisitor: parameter and external entities are refused";
+    const QString unreadable = "DomVisitor: unreadable document type declaration refused";
+    const QString opens = QStringLiteral("<e>").repeated(300);
+    QTest::newRow("markup entity used within itself")
+            << "<!DOCTYPE r [<!ENTITY b '" + opens + "&b;'>]><r>&b;</r>" << markup << "";
+    QTest::newRow("markup spelt through a parameter entity")
+            << "<!DOCTYPE r [<!ENTITY % p '&#38;#60;e>'><!ENTITY g '"
+                    + QStringLiteral("%p;").repeated(300) + "'>]><r>&g;"
+                    + QStringLiteral("</e>").repeated(300) + "</r>"
+            << entity << "";
+    const QString repeated = "<!DOCTYPE r [<!ENTITY b '" + QString(4000, 'x') + "'>]><r>"
+            + QStringLiteral("&b;").repeated(100) + "</r>";
+    QTest::newRow("text entity used past the size bound")
+            << repeated
+            << QString("DomVisitor: entity references expand past %1 characters")
+                       .arg(4 * repeated.size() + 65536)
+            << "";
+    QTest::newRow("character reference in an entity")
+            << "<!DOCTYPE r [<!ENTITY b '&#60;e/>'>]><r>&b;</r>" << markup << "";
+    QTest::newRow("entities within entities")
+            << "<!DOCTYPE r [<!ENTITY a 'ha'><!ENTITY b '&a;&a;'>]><r>&b;</r>" << markup << "";
+    QTest::newRow("reference in an attribute default")
+            << "<!DOCTYPE r [<!ENTITY a 'ha'><!ATTLIST r x CDATA '&a;'>]><r/>" << markup << "";
+    QTest::newRow("external entity")
+            << "<!DOCTYPE r [<!ENTITY b SYSTEM 'file:///etc/hostname'>]><r>&b;</r>" << entity << "";
+    QTest::newRow("parameter entity reference") << "<!DOCTYPE r [%p;]><r/>" << entity << "";
+    QTest::newRow("declaration in other words")
+            << "<!DOCTYPE r [<!entity b '<e>'>]><r>&b;</r>" << unreadable << "";
+    QTest::newRow("document type after the root")
+            << "<r/><!DOCTYPE r [<!ENTITY b '<e>'>]>" << markup << "";
+    QTest::newRow("plain-text entities")
+            << "<!DOCTYPE r [<!ENTITY b \"it's\"><!ENTITY c 'a \"b\" > c'>]>"
+               "<r a='&b;'>&c;<e/>&b;</r>"
+            << ""
+            << "<r <e >e >r";
+    QTest::newRow("text entity used often within the size bound")
+            << "<!DOCTYPE r [<!ENTITY b '" + QString(50, 'x') + "'>]><r>"
+                    + QStringLiteral("&b;<e/>").repeated(1000) + "</r>"
+            << ""
+            << "<r" + QStringLiteral(" <e >e").repeated(1000) + " >r";
+    QTest::newRow("declarations hidden in comments, instructions and sections")
+            << "<!DOCTYPE r SYSTEM 'r.dtd' [<!-- <!ENTITY b '<e>'> --><?p <!ENTITY % c 'x'>?>]><r>"
+               "<![CDATA[<!DOCTYPE r [<!ENTITY b '<e>'>]>]]><!--<!ENTITY b '<e>'>-->&b;</r>"
+            << ""
+            << "<r >r";
+    QTest::newRow("element, attribute and notation declarations")
+            << "<!DOCTYPE r [<!ELEMENT r ANY><!ATTLIST r a CDATA 'x>]y'><!NOTATION n SYSTEM 'n'>]>"
+               "<r/>"
+            << ""
+            << "<r >r";
+}
+
+void tst_DomVisitor::hostileDocument()
+{
+    QFETCH(QString, xml);
+    QFETCH(QString, result);
+    QFETCH(QString, elements);
+    const QString expected = result.isEmpty() ? "{r " + elements + " }0" : '!' + result;
+    // The same on this thread and on one with a small stack.
+    Recorder here;
+    QCOMPARE(here.visit(xml), result);
+    QCOMPARE(here.trace.join(' '), expected);
+    QString onSmall;
+    Recorder there;
+    onSmallStack([&] {
+        onSmall = there.visit(xml);
+    });
+    QCOMPARE(onSmall, result);
+    QCOMPARE(there.trace.join(' '), expected);
 }
 
 QTEST_GUILESS_MAIN(tst_DomVisitor)
