@@ -1,0 +1,521 @@
+#ifndef ORVEX_TESTS_BIGINT_BIGINTDIFFERENTIAL_H
+#define ORVEX_TESTS_BIGINT_BIGINTDIFFERENTIAL_H
+
+// The integer library against GMP on a program read from bytes: the differential test feeds it
+// random bytes from a printed seed, the fuzz target libFuzzer's. Four unsigned and four signed
+// registers start at zero; each step reads an operation and its registers, so receiver and
+// operands often coincide and the aliased forms come up. After a step the registers written must
+// be in normal form and hold GMP's result, and the others must be as they were. The texts thrown
+// on purpose, the state they leave and the shape of the deliberately non-normal results are
+// pinned by the tables of the other tests; a program only checks that the right text comes.
+
+#include "bigint/BigIntText.h"
+#include "bigint/BigInteger.h"
+#include "bigint/BigUnsigned.h"
+#include "bigint/BigUnsignedInABase.h"
+#include "bigint/NumberTheory.h"
+
+#include "bigint/BigIntTestHelpers.h"
+#include "common/Check.h"
+#include "common/GmpValue.h"
+#include "common/TestHelpers.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace BigIntDifferential {
+
+typedef BigUnsigned U;
+typedef BigInteger I;
+
+// The program; past its end every byte reads 0.
+class Bytes
+{
+public:
+    Bytes(const std::uint8_t *data, std::size_t size) : data(data), size(size) {}
+    bool atEnd() const { return at >= size; }
+    unsigned next() { return at < size ? data[at++] : 0; }
+    unsigned pair()
+    {
+        const unsigned high = next();
+        return high << 8 | next();
+    }
+
+private:
+    const std::uint8_t *data;
+    std::size_t size;
+    std::size_t at = 0;
+};
+
+// A length byte (up to 12 blocks, one in sixteen from 80 to 230, past the Karatsuba threshold)
+// and a seed for the blocks, half of them values that provoke carries, borrows and quotient
+// corrections.
+inline U operand(Bytes &in)
+{
+    const unsigned size = in.next();
+    const unsigned count = size < 240 ? size % 13 : 80 + (size - 240) * 10;
+    std::uint32_t state = in.pair();
+    static const U::Blk special[] = {0, 1, 0x80000000u, 0xFFFFFFFFu};
+    std::vector<U::Blk> blocks(count + 1);
+    for (unsigned i = 0; i < count; i++) {
+        state = state * 1664525u + 1013904223u;
+        blocks[i] = state >> 31 ? special[state >> 29 & 3] : (state ^ state >> 15) * 2654435761u;
+    }
+    return U(blocks.data(), count);
+}
+
+// The value a base-36 symbol stands for, or -1.
+inline int symbolValue(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if ((c | 0x20) >= 'a' && (c | 0x20) <= 'z')
+        return (c | 0x20) - 'a' + 10;
+    return -1;
+}
+
+// What parsing `text` in `base` must throw (null when it parses), and the value when it parses:
+// the base is checked first, then the symbols from the right.
+inline const char *parsed(const std::string &text, unsigned base, mpz_class &value)
+{
+    if (base > 36)
+        return "BigUnsignedInABase(std::string, Base): The default string conversion routines use "
+               "the symbol set 0-9, A-Z and therefore support only up to base 36.  You tried a "
+               "conversion with a base over 36; write your own string conversion routine.";
+    for (auto c = text.rbegin(); c != text.rend(); ++c) {
+        if (symbolValue(*c) < 0)
+            return "BigUnsignedInABase(std::string, Base): Bad symbol in input.  Only 0-9, A-Z, "
+                   "a-z are accepted.";
+        if (unsigned(symbolValue(*c)) >= base)
+            return "BigUnsignedInABase::BigUnsignedInABase(const Digit *, Index, Base): A digit is "
+                   "too large for the specified base";
+    }
+    value = 0;
+    for (char c : text)
+        value = value * base + symbolValue(c);
+    return nullptr;
+}
+
+inline int signOf(int c)
+{
+    return (c > 0) - (c < 0);
+}
+
+template <class V>
+bool comparesAs(const V &x, const V &y, int c)
+{
+    return signOf(int(x.compareTo(y))) == c && (x < y) == (c < 0) && (x <= y) == (c <= 0)
+            && (x == y) == (c == 0) && (x != y) == (c != 0) && (x >= y) == (c >= 0)
+            && (x > y) == (c > 0);
+}
+
+class Machine
+{
+public:
+    void step(Bytes &in);
+
+private:
+    void expect(const U &x, const mpz_class &value, const char *what)
+    {
+        check(isNormal(x) && toGmp(x) == value, what);
+        written[&x - u] = true;
+    }
+    void expect(const I &x, const mpz_class &value, const char *what)
+    {
+        check(isNormal(x.getMagnitude()) && (x.getSign() == I::zero) == x.getMagnitude().isZero()
+                      && toGmp(x) == value,
+              what);
+        written[4 + (&x - s)] = true;
+    }
+    // r[d] = r[a] op r[b] through the member, the operator or, when d is a, the compound operator.
+    template <class V, class Member, class Operator, class Compound>
+    void binary(V *r, unsigned form, unsigned d, unsigned a, unsigned b, Member member, Operator op,
+                Compound compound)
+    {
+        if (form % 3 == 0)
+            (r[d].*member)(r[a], r[b]);
+        else if (form % 3 == 1 || d != a)
+            r[d] = op(r[a], r[b]);
+        else
+            compound(r[d], r[b]);
+    }
+    void unsignedStep(unsigned op, Bytes &in);
+    void signedStep(unsigned op, Bytes &in);
+    void textStep(unsigned op, Bytes &in);
+    void numberTheoryStep(unsigned op);
+
+    U u[4];
+    I s[4];
+    mpz_class before[8];
+    bool written[8];
+    unsigned d = 0, a = 0, b = 0, form = 0;
+};
+
+inline void Machine::step(Bytes &in)
+{
+    const unsigned op = in.next() % 32;
+    d = in.next() % 4, a = in.next() % 4, b = in.next() % 4, form = in.next();
+    for (int i = 0; i < 4; i++) {
+        // Long values are cut to their low 64 blocks, so that a program stays quick.
+        if (u[i].getLength() > 300)
+            u[i] = U(blocksOf(u[i]).constData(), 64);
+        if (s[i].getMagnitude().getLength() > 300)
+            s[i] = I(blocksOf(s[i].getMagnitude()).constData(), 64, s[i].getSign());
+        before[i] = toGmp(u[i]);
+        before[4 + i] = toGmp(s[i]);
+        written[i] = written[4 + i] = false;
+    }
+    try {
+        if (op < 13)
+            unsignedStep(op, in);
+        else if (op < 21)
+            signedStep(op - 13, in);
+        else if (op < 25)
+            textStep(op - 21, in);
+        else
+            numberTheoryStep(op - 25);
+    } catch (const char *text) {
+        check(false, text);
+    }
+    for (int i = 0; i < 8; i++)
+        check(written[i] || before[i] == (i < 4 ? toGmp(u[i]) : toGmp(s[i - 4])), "operand kept");
+}
+
+inline void Machine::unsignedStep(unsigned op, Bytes &in)
+{
+    const mpz_class &x = before[a], &y = before[b];
+    switch (op) {
+    case 0:
+        u[d] = operand(in);
+        written[d] = true;
+        break;
+    case 1: {
+        // A product plus a short value: a dividend that gives long division work to do.
+        const U extra = operand(in);
+        u[d].multiply(u[a], u[b]);
+        expect(u[d], x * y, "multiply");
+        u[d] += extra;
+        expect(u[d], x * y + toGmp(extra), "add");
+        break;
+    }
+    case 2:
+        binary(u, form, d, a, b, &U::add, std::plus<U>(), [](U &p, const U &q) {
+            p += q;
+        });
+        expect(u[d], x + y, "add");
+        break;
+    case 3:
+        if (x < y) {
+            check(thrownText([&] {
+                      u[d].subtract(u[a], u[b]);
+                  }) == "BigUnsigned::subtract: Negative result in unsigned calculation",
+                  "subtract text");
+            u[d] = U();
+            written[d] = true;
+            break;
+        }
+        binary(u, form, d, a, b, &U::subtract, std::minus<U>(), [](U &p, const U &q) {
+            p -= q;
+        });
+        expect(u[d], x - y, "subtract");
+        break;
+    case 4:
+        binary(u, form, d, a, b, &U::multiply, std::multiplies<U>(), [](U &p, const U &q) {
+            p *= q;
+        });
+        expect(u[d], x * y, "multiply");
+        break;
+    case 5:
+        binary(u, form, d, a, b, &U::bitAnd, std::bit_and<U>(), [](U &p, const U &q) {
+            p &= q;
+        });
+        expect(u[d], x & y, "and");
+        break;
+    case 6:
+        binary(u, form, d, a, b, &U::bitOr, std::bit_or<U>(), [](U &p, const U &q) {
+            p |= q;
+        });
+        expect(u[d], x | y, "or");
+        break;
+    case 7:
+        binary(u, form, d, a, b, &U::bitXor, std::bit_xor<U>(), [](U &p, const U &q) {
+            p ^= q;
+        });
+        expect(u[d], x ^ y, "xor");
+        break;
+    case 8: {
+        // Quotient into u[q], remainder into u[d]; the divisor may be either. By zero: quotient
+        // 0, the dividend kept.
+        const unsigned q = (d + 1 + form % 3) % 4;
+        const mpz_class dividend = before[d];
+        u[d].divideWithRemainder(u[b], u[q]);
+        expect(u[q], y == 0 ? mpz_class(0) : mpz_class(dividend / y), "quotient");
+        expect(u[d], y == 0 ? dividend : mpz_class(dividend % y), "remainder");
+        break;
+    }
+    case 11:
+        if (y == 0)
+            break;
+        if (form & 8 && d == a)
+            form & 4 ? u[d] /= u[b] : u[d] %= u[b];
+        else
+            u[d] = form & 4 ? u[a] / u[b] : u[a] % u[b];
+        expect(u[d], form & 4 ? mpz_class(x / y) : mpz_class(x % y), "division operator");
+        break;
+    case 9: {
+        const int n = int(in.pair() % 1600) - 300;
+        const bool left = form & 1;
+        if (form & 2)
+            left ? u[d].bitShiftLeft(u[a], n) : u[d].bitShiftRight(u[a], n);
+        else if (form & 4 && d == a)
+            left ? u[d] <<= n : u[d] >>= n;
+        else
+            u[d] = left ? u[a] << n : u[a] >> n;
+        const int leftBy = left ? n : -n;
+        // Zero shifted left keeps a zero block per whole block of the shift, as the tables pin.
+        if (x == 0 && leftBy >= 32) {
+            check(toGmp(u[d]) == 0 && u[d].getLength() == unsigned(leftBy) / 32, "zero shifted");
+            u[d] = U();
+        }
+        expect(u[d], leftBy >= 0 ? mpz_class(x << leftBy) : mpz_class(x >> -leftBy), "shift");
+        break;
+    }
+    case 10: {
+        const unsigned bit = in.pair() % 1100;
+        check(u[a].bitLength() == (x == 0 ? 0 : mpz_sizeinbase(x.get_mpz_t(), 2)), "bitLength");
+        check(u[a].bitAt(bit) == bool(mpz_tstbit(x.get_mpz_t(), bit)), "bitAt");
+        check(comparesAs(u[a], u[b], signOf(cmp(x, y))), "compare");
+        mpz_class expected = x;
+        u[d] = u[a];
+        if (form & 1) {
+            u[d].setBit(bit, form & 2);
+            form & 2 ? mpz_setbit(expected.get_mpz_t(), bit)
+                     : mpz_clrbit(expected.get_mpz_t(), bit);
+        } else {
+            const U::Blk block = form & 2 ? 0 : U::Blk(in.pair()) * 0x10001u;
+            u[d].setBlock(bit / 32, block);
+            const mpz_class place = mpz_class(1) << (bit / 32 * 32);
+            expected += (block - (expected / place) % (mpz_class(1) << 32)) * place;
+        }
+        expect(u[d], expected, "setBit, setBlock");
+        break;
+    }
+    default:
+        if (form & 1 && before[d] == 0)
+            break;
+        if (form & 1)
+            form & 2 ? --u[d] : (u[d]--, u[d]);
+        else
+            form & 2 ? ++u[d] : (u[d]++, u[d]);
+        expect(u[d], before[d] + (form & 1 ? -1 : 1), "increment, decrement");
+    }
+}
+
+inline void Machine::signedStep(unsigned op, Bytes &in)
+{
+    const mpz_class &x = before[4 + a], &y = before[4 + b];
+    switch (op) {
+    case 0: {
+        const U magnitude = operand(in);
+        s[d] = I(magnitude, form & 1 ? I::negative : I::positive);
+        written[4 + d] = true;
+        break;
+    }
+    case 2:
+        binary(s, form, d, a, b, &I::add, std::plus<I>(), [](I &p, const I &q) {
+            p += q;
+        });
+        expect(s[d], x + y, "signed add");
+        break;
+    case 3:
+        binary(s, form, d, a, b, &I::subtract, std::minus<I>(), [](I &p, const I &q) {
+            p -= q;
+        });
+        expect(s[d], x - y, "signed subtract");
+        break;
+    case 4:
+        binary(s, form, d, a, b, &I::multiply, std::multiplies<I>(), [](I &p, const I &q) {
+            p *= q;
+        });
+        expect(s[d], x * y, "signed multiply");
+        break;
+    case 5: {
+        // Floor division: the remainder takes the sign of the divisor.
+        const unsigned q = (d + 1 + form % 3) % 4;
+        const mpz_class dividend = before[4 + d];
+        mpz_class quotient, remainder = dividend;
+        if (y != 0)
+            mpz_fdiv_qr(quotient.get_mpz_t(), remainder.get_mpz_t(), dividend.get_mpz_t(),
+                        y.get_mpz_t());
+        s[d].divideWithRemainder(s[b], s[q]);
+        expect(s[q], quotient, "floor quotient");
+        expect(s[d], remainder, "floor remainder");
+        break;
+    }
+    case 1: {
+        if (y == 0)
+            break;
+        mpz_class quotient, remainder;
+        mpz_fdiv_qr(quotient.get_mpz_t(), remainder.get_mpz_t(), x.get_mpz_t(), y.get_mpz_t());
+        if (form & 8 && d == a)
+            form & 4 ? s[d] /= s[b] : s[d] %= s[b];
+        else
+            s[d] = form & 4 ? s[a] / s[b] : s[a] % s[b];
+        expect(s[d], form & 4 ? quotient : remainder, "floor division operator");
+        break;
+    }
+    case 6:
+        check(comparesAs(s[a], s[b], signOf(cmp(x, y))), "signed compare");
+        if (form & 1)
+            s[d].negate(s[a]);
+        else
+            s[d] = -s[a];
+        expect(s[d], -x, "negate");
+        break;
+    default:
+        const mpz_class was = before[4 + d];
+        if (form & 1)
+            form & 2 ? --s[d] : (s[d]--, s[d]);
+        else
+            form & 2 ? ++s[d] : (s[d]++, s[d]);
+        expect(s[d], form & 1 ? mpz_class(was - 1) : mpz_class(was + 1), "signed step");
+    }
+}
+
+inline void Machine::textStep(unsigned op, Bytes &in)
+{
+    const mpz_class &x = before[a];
+    switch (op) {
+    case 0: {
+        // Upper-case digits without zeros on top; read back in any case with leading zeros.
+        const unsigned base = 2 + form % 35;
+        std::string text = mpz_class(x).get_str(-int(base));
+        check(std::string(BigUnsignedInABase(u[a], base)) == text, "to text");
+        for (std::size_t i = 0; i < text.size(); i++)
+            text[i] = in.next() & 1 ? char(text[i] | 0x20) : text[i];
+        text.insert(0, form >> 6, '0');
+        expect(u[d] = U(BigUnsignedInABase(text, base)), x, "from text");
+        break;
+    }
+    case 1: {
+        const mpz_class &sx = before[4 + a];
+        check(bigIntegerToString(s[a]) == sx.get_str(10), "decimal text");
+        expect(s[d] = stringToBigInteger(sx.get_str(10)), sx, "from decimal text");
+        break;
+    }
+    case 2: {
+        // Any base up to 65535: the digits, least significant first, are GMP's.
+        const unsigned base = 2 + in.pair() % 65534;
+        const BigUnsignedInABase digits(u[a], BigUnsignedInABase::Base(base));
+        mpz_class rest = x;
+        for (BigUnsignedInABase::Index i = 0; i < digits.getLength(); i++) {
+            check(rest != 0
+                          && digits.blockAt(i)
+                                  == mpz_fdiv_q_ui(rest.get_mpz_t(), rest.get_mpz_t(), base),
+                  "digits");
+        }
+        check(rest == 0 && digits.getBase() == base, "digit count");
+        expect(u[d] = U(digits), x, "digits to number");
+        break;
+    }
+    default: {
+        // Symbols from the program, mostly digits and letters, in bases 0 to 39; with a sign
+        // too through stringToBigInteger.
+        static const char alphabet[] = "0123456789abcdefghijklmnopqrstuvwxyzXYZ+- ";
+        std::string text(form % 12, '0');
+        for (char &c : text) {
+            const unsigned pick = in.next();
+            c = pick < 0xE0 ? alphabet[pick % (sizeof alphabet - 1)] : char(pick);
+        }
+        const unsigned base = in.next() % 40;
+        mpz_class value;
+        const char *thrown = parsed(text, base, value);
+        check(thrownText([&] {
+                  U(BigUnsignedInABase(text, BigUnsignedInABase::Base(base)));
+              }) == QByteArray(thrown),
+              "parse text");
+        if (!thrown)
+            expect(u[d] = U(BigUnsignedInABase(text, BigUnsignedInABase::Base(base))), value,
+                   "parsed value");
+        const bool hasSign = !text.empty() && (text[0] == '-' || text[0] == '+');
+        thrown = parsed(text.substr(hasSign ? 1 : 0), 10, value);
+        check(thrownText([&] {
+                  stringToBigInteger(text);
+              }) == QByteArray(thrown),
+              "parse signed text");
+        if (!thrown)
+            expect(s[d] = stringToBigInteger(text), text[0] == '-' ? mpz_class(-value) : value,
+                   "parsed signed value");
+    }
+    }
+}
+
+inline void Machine::numberTheoryStep(unsigned op)
+{
+    const mpz_class &x = before[a], &y = before[b], &sx = before[4 + a], &sy = before[4 + b];
+    switch (op % 4) {
+    case 0:
+        u[d] = gcd(u[a], u[b]);
+        expect(u[d], gcd(x, y), "gcd");
+        break;
+    case 1: {
+        // g is a greatest common divisor up to its sign, and r*m + s*n == g.
+        I &g = s[d], &r = s[(d + 1) % 4], &t = s[(d + 2) % 4];
+        extendedEuclidean(s[a], s[b], g, r, t);
+        const mpz_class gg = toGmp(g);
+        check(abs(gg) == gcd(sx, sy) && toGmp(r) * sx + toGmp(t) * sy == gg, "extendedEuclidean");
+        written[4 + d] = written[4 + (d + 1) % 4] = written[4 + (d + 2) % 4] = true;
+        break;
+    }
+    case 2: {
+        // A 64-bit exponent at most; exponent 0 gives 1 unreduced, also modulo 1.
+        if (y == 0)
+            break;
+        U exponent(u[(a + b) % 4].blockAt(0));
+        exponent.setBlock(1, u[(a + b) % 4].blockAt(1));
+        const mpz_class e = toGmp(exponent);
+        mpz_class expected = 1;
+        if (e != 0)
+            mpz_powm(expected.get_mpz_t(), sx.get_mpz_t(), e.get_mpz_t(), y.get_mpz_t());
+        u[d] = modexp(s[a], exponent, u[b]);
+        expect(u[d], expected, "modexp");
+        if (s[a].getMagnitude().getLength() <= 8) {
+            mpz_class power = abs(sx);
+            mpz_pow_ui(power.get_mpz_t(), power.get_mpz_t(), form % 9);
+            u[d] = exp(s[a], U(form % 9));
+            expect(u[d], power, "exp");
+        }
+        break;
+    }
+    default: {
+        // GMP calls everything invertible modulo 1, and so does modinv, giving 0.
+        if (y == 0)
+            break;
+        mpz_class inverse;
+        if (mpz_invert(inverse.get_mpz_t(), sx.get_mpz_t(), y.get_mpz_t()) == 0) {
+            check(thrownText([&] {
+                      modinv(s[a], u[b]);
+                  }) == "BigInteger modinv: x and n have a common factor",
+                  "modinv text");
+            break;
+        }
+        u[d] = modinv(s[a], u[b]);
+        expect(u[d], inverse, "modinv");
+    }
+    }
+}
+
+// Runs the program in data, up to 300 steps; a difference from GMP aborts with its name.
+inline void run(const std::uint8_t *data, std::size_t size)
+{
+    Bytes in(data, size);
+    Machine machine;
+    for (int steps = 0; steps < 300 && !in.atEnd(); steps++)
+        machine.step(in);
+}
+
+} // namespace BigIntDifferential
+
+#endif // ORVEX_TESTS_BIGINT_BIGINTDIFFERENTIAL_H
