@@ -53,7 +53,7 @@ done
 # Public headers: every header under src/ but the internal *_p.h, and the generated ones that are
 # installed with them. The export header holds only compiler attributes and stays out.
 inputs=("$pages")
-for area in core message bigint service util/Logger.h; do
+for area in core util message service bigint; do
     inputs+=("$root/src/$area")
 done
 while IFS= read -r header; do
