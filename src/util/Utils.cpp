@@ -2,7 +2,17 @@
 
 #include <QCryptographicHash>
 
+#include <limits>
+
 namespace Orvex {
+
+namespace {
+
+// The longest text Qt decodes: it sizes the result as size * 3 / 4 in int arithmetic, which wraps
+// beyond this.
+constexpr int maxBase64DecodeSize = std::numeric_limits<int>::max() / 3;
+
+} // namespace
 
 QByteArray Utils::urlSafeBase64Encode(const QByteArray &data)
 {
@@ -12,6 +22,8 @@ QByteArray Utils::urlSafeBase64Encode(const QByteArray &data)
 
 QByteArray Utils::urlSafeBase64Decode(const QByteArray &text)
 {
+    if (text.size() > maxBase64DecodeSize)
+        return QByteArray();
     // Deliberate: no error is reported; characters outside the alphabet are skipped.
     QByteArray plain = text;
     return QByteArray::fromBase64(plain.replace('_', '/').replace('-', '+'));

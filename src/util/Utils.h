@@ -18,7 +18,8 @@ public:
     /// Base64 with "-" for "+" and "_" for "/".
     /// Deliberate: the trailing "=" characters stay, so one zero byte encodes as "AA==".
     static QByteArray urlSafeBase64Encode(const QByteArray &data);
-    /// Accepts the text with or without its trailing "=", and the plain alphabet too.
+    /// Accepts the text with or without its trailing "=", and the plain alphabet too. A text
+    /// longer than 715,827,882 bytes (more than Qt decodes) gives an empty array.
     /// Deliberate: no error is reported; malformed input yields whatever the lenient decoder makes
     /// of it, possibly an empty array.
     static QByteArray urlSafeBase64Decode(const QByteArray &text);

@@ -4,6 +4,10 @@
 #include <QRandomGenerator>
 #include <QtTest>
 
+#include <limits>
+
+#include <sys/mman.h>
+
 class tst_Utils : public QObject
 {
     Q_OBJECT
@@ -16,6 +20,8 @@ private slots:
     void md5();
     void readChildEleText_data();
     void readChildEleText();
+    void hostileInput_data();
+    void hostileInput();
 };
 
 void tst_Utils::base64_data()
@@ -114,6 +120,25 @@ void tst_Utils::readChildEleText()
         if (!found)
             QVERIFY(!result.isNull());
     }
+}
+
+void tst_Utils::hostileInput_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::newRow("one byte more than Qt decodes") << std::numeric_limits<int>::max() / 3 + 1;
+    QTest::newRow("2,000,000,000 bytes") << 2000000000;
+}
+
+void tst_Utils::hostileInput()
+{
+    QFETCH(int, size);
+    // Zero pages, mapped but never touched: they cost no memory unless the text is copied.
+    void *pages = ::mmap(nullptr, size_t(size), PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    QVERIFY(pages != MAP_FAILED);
+    const QByteArray decoded = Orvex::Utils::urlSafeBase64Decode(
+            QByteArray::fromRawData(static_cast<const char *>(pages), size));
+    ::munmap(pages, size_t(size));
+    QCOMPARE(decoded, QByteArray());
 }
 
 QTEST_GUILESS_MAIN(tst_Utils)
