@@ -5,6 +5,9 @@
 #include <QDataStream>
 #include <QHostAddress>
 #include <QTcpSocket>
+#include <QThread>
+
+#include <limits>
 
 namespace Orvex {
 
@@ -15,6 +18,41 @@ constexpr quint16 notificationPort = 9998;
 constexpr int replyTimeoutMs = 30000;
 // The Qt 4.6 data-stream format, which the service speaks.
 constexpr int streamVersion = 12;
+// The longest payload a QByteArray can hold: its allocation, header and terminating zero included,
+// stays within what Qt allocates at all.
+constexpr qint64 maxPayloadSize =
+        qint64(std::numeric_limits<int>::max()) - qint64(sizeof(QByteArrayData)) - 1;
+
+// The service has closed the connection in the middle of a frame, so the frame never completes.
+// Deliberate: the caller waits for it as for any unfinished reply, forever, but asleep.
+[[noreturn]] void waitForever()
+{
+    for (;;)
+        QThread::sleep(3600);
+}
+
+// Reads one frame from socket into payload. False, with nothing read beyond the length, when the
+// announced length is one no QByteArray can hold.
+bool readFrame(QTcpSocket &socket, QByteArray *payload)
+{
+    QDataStream in(&socket);
+    in.setVersion(streamVersion);
+    qint64 payloadSize = 0;
+    in >> payloadSize;
+    if (payloadSize > maxPayloadSize)
+        return false;
+    // Deliberate: once a reply has begun there is no overall time-out; the wait results are
+    // ignored and only enough buffered bytes end the loop. The count is compared with the payload
+    // size alone, so the last four bytes of the frame may still be on their way.
+    while (socket.bytesAvailable() < payloadSize) {
+        // A closed socket answers every wait at once; nothing more can arrive on it.
+        if (socket.state() == QAbstractSocket::UnconnectedState)
+            waitForever();
+        socket.waitForReadyRead(replyTimeoutMs);
+    }
+    in >> *payload;
+    return true;
+}
 
 } // namespace
 
@@ -65,8 +103,10 @@ QVariant Manager::send(const Message &message, const QVariant &defaultValue)
     }
     try {
         writeSocket(message.data);
-        if (sockets->request.waitForReadyRead(replyTimeoutMs)) {
-            QByteArray reply = readSocket();
+        QByteArray reply;
+        // A length that cannot be decoded counts as no reply.
+        if (sockets->request.waitForReadyRead(replyTimeoutMs)
+            && readFrame(sockets->request, &reply)) {
             return Message::takeFirst(&reply);
         }
     } catch (...) {
@@ -92,18 +132,8 @@ qint64 Manager::writeSocket(const QByteArray &data)
 
 QByteArray Manager::readSocket()
 {
-    QTcpSocket &socket = sockets->request;
-    QDataStream in(&socket);
-    in.setVersion(streamVersion);
-    qint64 payloadSize = 0;
-    in >> payloadSize;
-    // Deliberate: once a reply has begun there is no overall time-out; the wait results are
-    // ignored and only enough buffered bytes end the loop. The count is compared with the payload
-    // size alone, so the last four bytes of the frame may still be on their way.
-    while (socket.bytesAvailable() < payloadSize)
-        socket.waitForReadyRead(replyTimeoutMs);
     QByteArray payload;
-    in >> payload;
+    readFrame(sockets->request, &payload);
     return payload;
 }
 

@@ -42,13 +42,16 @@ public:
 
     /// Sends one request and returns the first element of its reply. Never throws: on failure it
     /// logs "[default]" or "[No return]" at error level and returns defaultValue.
-    /// Deliberate: once a reply has begun, it waits without bound for the rest of its frame.
+    /// A reply announcing a length no QByteArray can hold counts as no reply ("[No return]").
+    /// Deliberate: once a reply has begun, it waits without bound for the rest of its frame, asleep
+    /// when the service has closed the connection.
     QVariant send(const Message &message, const QVariant &defaultValue);
 
     /// Writes one frame: the payload's size as a signed 64-bit integer, then the payload as a
     /// data-stream byte array (stream version 12). Returns the result of QIODevice::write.
     qint64 writeSocket(const QByteArray &data);
-    /// Reads one frame from the request socket and returns its payload.
+    /// Reads one frame from the request socket and returns its payload; empty when the announced
+    /// length is one no QByteArray can hold.
     QByteArray readSocket();
 
 private slots:

@@ -5,6 +5,7 @@
 
 #include <QtTest>
 
+#include <cstdio>
 #include <limits>
 
 namespace {
@@ -36,6 +37,8 @@ private slots:
     void defaultWhenNothingListens();
     void failedExchangeRebuildsSingleton();
     void notificationsAreDrainedAndLogged();
+    void hostileReplies_data();
+    void hostileReplies();
 
 private:
     QStringList drainErrors();
@@ -182,5 +185,77 @@ void tst_Manager::notificationsAreDrainedAndLogged()
     QTRY_COMPARE(traces.lines.size(), 2);
 }
 
-QTEST_GUILESS_MAIN(tst_Manager)
+void tst_Manager::hostileReplies_data()
+{
+    QTest::addColumn<QList<QByteArray>>("chunks");
+    QTest::addColumn<bool>("close");
+    QTest::addColumn<QByteArray>("result"); // null: never returns
+    const QByteArray megabyte(1 << 20, 'x');
+    QTest::newRow("length no QByteArray can hold, then a stream")
+            << QList<QByteArray>{lengths(qint64(1) << 62, 0), megabyte, megabyte, megabyte} << false
+            << QByteArray("default");
+    QTest::newRow("closed in the middle of a frame")
+            << QList<QByteArray>{lengths(1000, 1000) + "i4"} << true << QByteArray();
+}
+
+// The client runs in a child process, so that one that never returns can be watched and ended.
+void tst_Manager::hostileReplies()
+{
+    QFETCH(QList<QByteArray>, chunks);
+    QFETCH(bool, close);
+    QFETCH(QByteArray, result);
+    MessagePeer peer;
+    QVERIFY(peer.begin());
+    peer.plan({chunks, 0, close});
+
+    QProcess child;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("ORVEX_TEST_SEND_ONCE"), QStringLiteral("1"));
+    child.setProcessEnvironment(environment);
+    child.start(QCoreApplication::applicationFilePath(), QStringList());
+    QVERIFY(child.waitForStarted(5000));
+    if (!result.isNull()) {
+        const bool finished = child.waitForFinished(10000);
+        if (!finished)
+            child.kill();
+        QVERIFY(finished);
+        QCOMPARE(child.readAllStandardOutput(), result);
+        QVERIFY(child.readAllStandardError().contains("[No return]"));
+        return;
+    }
+    // Waiting forever, but asleep: clock ticks (10 ms) of CPU time over 0.7 s; a spin takes all.
+    const auto cpuTicks = [&child] {
+        QFile stat(QStringLiteral("/proc/%1/stat").arg(child.processId()));
+        if (!stat.open(QIODevice::ReadOnly))
+            return -1LL;
+        const QList<QByteArray> fields = stat.readAll().split(')').value(1).split(' ');
+        return fields.value(12).toLongLong() + fields.value(13).toLongLong();
+    };
+    QTest::qWait(300);
+    const qint64 before = cpuTicks();
+    QTest::qWait(700);
+    const qint64 spent = cpuTicks() - before;
+    const bool running = child.state() == QProcess::Running;
+    child.kill();
+    child.waitForFinished(5000);
+    QVERIFY(running);
+    QVERIFY2(before >= 0 && spent < 5, QByteArray::number(spent));
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    // The child of hostileReplies(): one request, its result on standard output.
+    if (qEnvironmentVariableIsSet("ORVEX_TEST_SEND_ONCE")) {
+        Orvex::Logger::init();
+        const QVariant reply =
+                Orvex::Manager::getInstance()->send(Message("ping"), QVariant("default"));
+        QCoreApplication::sendPostedEvents(Orvex::Logger::instance());
+        std::fputs(reply.toByteArray().constData(), stdout);
+        return 0;
+    }
+    tst_Manager test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_manager.moc"
