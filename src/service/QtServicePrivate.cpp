@@ -198,9 +198,16 @@ void QtServiceSysPrivate::incomingConnection(int socketDescriptor)
 QString QtServiceSysPrivate::getCommand(const QTcpSocket *socket)
 {
     QString &buffer = buffers[socket];
-    const int end = buffer.indexOf(QLatin1String("\r\n"));
-    if (end < 0)
+    // Only what arrived since the last search is searched; scanned never passes the buffer's
+    // end, as only this function takes text out and slotReady() only appends.
+    int &from = scanned[socket];
+    const int end = buffer.indexOf(QLatin1String("\r\n"), qMin(from, buffer.size()));
+    if (end < 0) {
+        // A last "\r" may yet begin a line end.
+        from = qMax(0, buffer.size() - 1);
         return QString();
+    }
+    from = 0;
     const QString command = buffer.left(end);
     buffer.remove(0, end + 2);
     return command;

@@ -5,6 +5,7 @@
 #include "service/QtServiceController.h"
 #include "service/QtUnixServerSocket.h"
 
+#include <QHash>
 #include <QList>
 #include <QMap>
 #include <QObject>
@@ -134,6 +135,9 @@ private slots:
     void slotClosed();
 
 private:
+    // Per connection, how much of the start of its buffer is known to hold no "\r\n".
+    QHash<const QTcpSocket *, int> scanned;
+
     Q_DISABLE_COPY(QtServiceSysPrivate)
 };
 

@@ -1,6 +1,7 @@
 // The service executable's command line, its registry and control socket, through the test
 // service run as a separate process.
 #include "service/QtServiceController.h"
+#include "service/QtServicePrivate.h"
 #include "service/QtUnixServerSocket.h"
 
 #include <QtTest>
@@ -381,6 +382,8 @@ void tst_ServiceHost::hostileInput_data()
     QTest::newRow("path: no other record read") << "Alpha/"
                                                 << "read" << QByteArray();
     QTest::newRow("1,000 status queries of a running service") << name << "status" << QByteArray();
+    QTest::newRow("4 MB without a line end, in 256-byte chunks")
+            << name << "long line" << QByteArray();
 }
 
 // Another service's record is there; no name may reach it, and a status query never jams.
@@ -416,6 +419,24 @@ void tst_ServiceHost::hostileInput()
     } else if (operation == "read") {
         QVERIFY(!controller.isInstalled());
         QCOMPARE(controller.serviceFilePath(), QString());
+    } else if (operation == "long line") {
+        // Each chunk is searched for its line end as it comes, never the whole buffer again.
+        QtServiceSysPrivate server;
+        const QString chunk(256, QLatin1Char('x'));
+        const int chunks = 16384;
+        QElapsedTimer timer;
+        timer.start();
+        int appended = 0;
+        for (; appended < chunks && !timer.hasExpired(5000); ++appended) {
+            server.buffers[nullptr] += chunk;
+            QVERIFY(server.getCommand(nullptr).isEmpty());
+        }
+        QCOMPARE(appended, chunks);
+        server.buffers[nullptr] += QLatin1String("\r\nalive\r");
+        QCOMPARE(server.getCommand(nullptr).size(), chunks * chunk.size());
+        QCOMPARE(server.getCommand(nullptr), QString());
+        server.buffers[nullptr] += QLatin1String("\n");
+        QCOMPARE(server.getCommand(nullptr), QStringLiteral("alive"));
     } else {
         QVERIFY2(startDetached().startsWith("start pid "), "service did not start");
         // A connect() that blocks is interrupted, so a jam fails the test instead of hanging it.
