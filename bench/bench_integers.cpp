@@ -1,6 +1,9 @@
 // The integer library against GMP (mpz) and Boost.Multiprecision's cpp_int on the same operands:
 // multiply, divide 2n by n bits, modexp with an n-bit odd modulus and exponent, gcd, and decimal
-// text both ways. With ORVEX_BENCH_REFERENCE=1 the library runs its reference algorithms only.
+// text both ways; the multiplication and squaring kernels on limbs against GMP's mpn. With
+// ORVEX_BENCH_REFERENCE=1 the library runs its reference algorithms only.
+// ORVEX_BENCH_CALIBRATE=1 measures products and squares of each size with each method instead,
+// to set the thresholds of the multiplication.
 #include "RatioReporter.h"
 
 #include <bigint/BigInt.h>
@@ -18,6 +21,11 @@ namespace {
 
 using BoostInt = boost::multiprecision::cpp_int;
 typedef std::vector<unsigned> Blocks;
+using Limb = LimbOps::Limb;
+typedef std::vector<Limb> Limbs;
+
+// Set from ORVEX_BENCH_REFERENCE: the library's cases call the reference routines.
+bool reference = false;
 
 // Random n-bit values with the top bit set (odd on request), the same for every library.
 Blocks randomBlocks(unsigned bits, unsigned seed, bool odd = false)
@@ -69,7 +77,10 @@ void multiplyOrvex(benchmark::State &state)
     const BigUnsigned a = toOrvex(randomBlocks(n, 1)), b = toOrvex(randomBlocks(n, 2));
     BigUnsigned r;
     for (auto _ : state) {
-        r.multiply(a, b);
+        if (reference)
+            BigIntPaths::multiplyReference(r, a, b);
+        else
+            r.multiply(a, b);
         benchmark::DoNotOptimize(r);
     }
 }
@@ -95,6 +106,103 @@ void multiplyBoost(benchmark::State &state)
     }
 }
 
+// mulwords, sqrwords: the kernels on n-bit limb arrays, without conversion or allocation.
+Limbs randomLimbs(unsigned bits, unsigned seed)
+{
+    const Blocks blocks = randomBlocks(bits, seed);
+    Limbs limbs(LimbOps::limbsFor(BigUnsigned::Index(blocks.size())));
+    LimbOps::blocksToLimbs(limbs.data(), blocks.data(), BigUnsigned::Index(blocks.size()));
+    return limbs;
+}
+
+void multiplyWordsOrvex(benchmark::State &state)
+{
+    const Limbs a = randomLimbs(unsigned(state.range(0)), 1),
+                b = randomLimbs(unsigned(state.range(0)), 2);
+    const BigUnsigned::Index n = BigUnsigned::Index(a.size());
+    Limbs r(2 * n);
+    for (auto _ : state) {
+        BigIntPaths::multiplyLimbs(r.data(), a.data(), n, b.data(), n);
+        benchmark::DoNotOptimize(r.data());
+    }
+}
+
+void multiplyWordsGmp(benchmark::State &state)
+{
+    const Limbs a = randomLimbs(unsigned(state.range(0)), 1),
+                b = randomLimbs(unsigned(state.range(0)), 2);
+    const mp_size_t n = mp_size_t(a.size());
+    std::vector<mp_limb_t> x(a.begin(), a.end()), y(b.begin(), b.end()), r(2 * n);
+    for (auto _ : state) {
+        mpn_mul_n(r.data(), x.data(), y.data(), n);
+        benchmark::DoNotOptimize(r.data());
+    }
+}
+
+void squareWordsOrvex(benchmark::State &state)
+{
+    const Limbs a = randomLimbs(unsigned(state.range(0)), 1);
+    const BigUnsigned::Index n = BigUnsigned::Index(a.size());
+    Limbs r(2 * n);
+    for (auto _ : state) {
+        BigIntPaths::squareLimbs(r.data(), a.data(), n);
+        benchmark::DoNotOptimize(r.data());
+    }
+}
+
+void squareWordsGmp(benchmark::State &state)
+{
+    const Limbs a = randomLimbs(unsigned(state.range(0)), 1);
+    const mp_size_t n = mp_size_t(a.size());
+    std::vector<mp_limb_t> x(a.begin(), a.end()), r(2 * n);
+    for (auto _ : state) {
+        mpn_sqr(r.data(), x.data(), n);
+        benchmark::DoNotOptimize(r.data());
+    }
+}
+
+// calibrate: products ("multiply") and squares ("square") of n limbs with the method named,
+// the others' thresholds kept: "rows" never leaves rows of limb products, "karatsuba" takes
+// Karatsuba's step at every size.
+void calibrate(benchmark::State &state, bool square, BigIntPaths::MultiplyThresholds thresholds)
+{
+    const unsigned bits = unsigned(state.range(0)) * LimbOps::bitsPerLimb;
+    const Limbs a = randomLimbs(bits, 1), b = randomLimbs(bits, 2);
+    const BigUnsigned::Index n = BigUnsigned::Index(a.size());
+    Limbs r(2 * n);
+    for (auto _ : state) {
+        if (square)
+            BigIntPaths::squareLimbs(r.data(), a.data(), n, thresholds);
+        else
+            BigIntPaths::multiplyLimbs(r.data(), a.data(), n, b.data(), n, thresholds);
+        benchmark::DoNotOptimize(r.data());
+    }
+}
+
+void registerCalibration()
+{
+    constexpr BigUnsigned::Index never = ~BigUnsigned::Index(0);
+    const BigIntPaths::MultiplyThresholds shipped = BigIntPaths::multiplyThresholds;
+    struct Method
+    {
+        const char *name;
+        bool square;
+        BigIntPaths::MultiplyThresholds thresholds;
+    };
+    const Method methods[] = {
+            {"calibrate-multiply/rows", false, {never, shipped.karatsubaSquare}},
+            {"calibrate-multiply/karatsuba", false, {4, shipped.karatsubaSquare}},
+            {"calibrate-square/rows", true, {shipped.karatsuba, never}},
+            {"calibrate-square/karatsuba", true, {shipped.karatsuba, 4}},
+    };
+    for (const Method &method : methods) {
+        // Sizes in limbs; one Karatsuba step splits them into halves below the method's own
+        // threshold, so the step is measured against rows of the same size.
+        benchmark::RegisterBenchmark(method.name, calibrate, method.square, method.thresholds)
+                ->DenseRange(16, 96, 8);
+    }
+}
+
 // divide: a 2n-bit dividend by an n-bit divisor, quotient and remainder.
 void divideOrvex(benchmark::State &state)
 {
@@ -103,7 +211,10 @@ void divideOrvex(benchmark::State &state)
     BigUnsigned r, q;
     for (auto _ : state) {
         r = a; // the division works in place on the dividend
-        r.divideWithRemainder(b, q);
+        if (reference)
+            BigIntPaths::divideReference(r, b, q);
+        else
+            r.divideWithRemainder(b, q);
         benchmark::DoNotOptimize(r);
         benchmark::DoNotOptimize(q);
     }
@@ -137,8 +248,10 @@ void modexpOrvex(benchmark::State &state)
     const BigInteger base(toOrvex(randomBlocks(n, 5)));
     const BigUnsigned exponent = toOrvex(randomBlocks(n, 6));
     const BigUnsigned modulus = toOrvex(randomBlocks(n, 7, true));
-    for (auto _ : state)
-        benchmark::DoNotOptimize(modexp(base, exponent, modulus));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(reference ? BigIntPaths::modexpReference(base, exponent, modulus)
+                                           : modexp(base, exponent, modulus));
+    }
 }
 
 void modexpGmp(benchmark::State &state)
@@ -265,6 +378,10 @@ void modexpSizes(benchmark::internal::Benchmark *benchmark)
   BENCHMARK(function##Boost)->Name(name "/boost")->Apply(sizes)
 
 ORVEX_INTEGER_CASE("multiply", multiply, operandSizes);
+BENCHMARK(multiplyWordsOrvex)->Name("mulwords/orvex")->Apply(operandSizes);
+BENCHMARK(multiplyWordsGmp)->Name("mulwords/gmp")->Apply(operandSizes);
+BENCHMARK(squareWordsOrvex)->Name("sqrwords/orvex")->Apply(operandSizes);
+BENCHMARK(squareWordsGmp)->Name("sqrwords/gmp")->Apply(operandSizes);
 ORVEX_INTEGER_CASE("divide", divide, operandSizes);
 ORVEX_INTEGER_CASE("modexp", modexp, modexpSizes);
 ORVEX_INTEGER_CASE("gcd", gcd, operandSizes);
@@ -273,18 +390,20 @@ ORVEX_INTEGER_CASE("fromtext", fromText, operandSizes);
 
 int main(int argc, char **argv)
 {
-    const char *reference = std::getenv("ORVEX_BENCH_REFERENCE");
-    if (reference && std::string(reference) == "1")
-        BigIntFastPaths::enabled = false;
-    // ORVEX_BENCH_KARATSUBA=<blocks> sets the Karatsuba threshold and adds products at the sizes
-    // around it ("karatsuba/orvex/<bits>"), to find where it pays.
-    if (const char *threshold = std::getenv("ORVEX_BENCH_KARATSUBA")) {
-        BigIntFastPaths::karatsubaBlocks = BigUnsigned::Index(std::atoi(threshold));
-        benchmark::RegisterBenchmark("karatsuba/orvex", multiplyOrvex)->DenseRange(1024, 6144, 512);
-    }
+    const char *referenceRun = std::getenv("ORVEX_BENCH_REFERENCE");
+    reference = referenceRun && std::string(referenceRun) == "1";
+    if (reference)
+        BigIntFastPaths::enabled = false; // the text conversions and gcd
+    const char *calibration = std::getenv("ORVEX_BENCH_CALIBRATE");
+    const bool calibrating = calibration && std::string(calibration) == "1";
+    if (calibrating)
+        registerCalibration();
     benchmark::Initialize(&argc, argv);
     RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
+    if (calibrating)
+        benchmark::RunSpecifiedBenchmarks(&reporter, "calibrate");
+    else
+        benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
     return 0;
 }

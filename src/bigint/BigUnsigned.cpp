@@ -3,15 +3,16 @@
 #include "bigint/Aliasing_p.h"
 #include "bigint/BlockOps_p.h"
 #include "bigint/FastPaths_p.h"
+#include "bigint/LimbOps_p.h"
 
 #include <climits>
 #include <memory>
-#include <utility>
 
 using namespace BlockOps;
+using LimbOps::Limb;
+using LimbOps::limbsFor;
 
 std::atomic<bool> BigIntFastPaths::enabled{true};
-std::atomic<BigUnsigned::Index> BigIntFastPaths::karatsubaBlocks{karatsubaThreshold};
 
 namespace {
 
@@ -22,9 +23,6 @@ constexpr const char *tooBigText =
         "BigUnsigned::to<Primitive>: Value is too big to fit in the requested type";
 constexpr const char *negativeResultText =
         "BigUnsigned::subtract: Negative result in unsigned calculation";
-
-constexpr const char *overLongProductText =
-        "BigUnsigned::multiply: Result too long for its bit length to fit an Index";
 
 // Length limits: a value of more than maxBlocks blocks is refused.
 
@@ -74,87 +72,17 @@ X convertToSignedPrimitive(const BigUnsigned &x)
     throw "BigUnsigned::to(Primitive): Value is too big to fit in the requested type";
 }
 
-// Fast paths
-
-// Limb storage for a fast path: on the stack when small, else on the heap.
-class LimbBuffer
-{
-public:
-    explicit LimbBuffer(Index n) : data(n <= localSize ? local : new Word[n])
-    {
-        if (data != local)
-            heap.reset(data);
-    }
-    Word *get() { return data; }
-
-private:
-    static constexpr Index localSize = 256;
-    Word local[localSize];
-    std::unique_ptr<Word[]> heap;
-    Word *data;
-};
-
-// product[0..xn+yn) = x * y in limbs; product overlaps neither operand. Above the threshold the
-// longer operand is cut into pieces as long as the shorter, each multiplied by Karatsuba's method.
-void multiplyLimbs(Word *product, const Word *x, Index xn, const Word *y, Index yn)
-{
-    if (xn < yn) {
-        std::swap(x, y);
-        std::swap(xn, yn);
-    }
-    const Index threshold =
-            wordsFor(BigIntFastPaths::karatsubaBlocks.load(std::memory_order_relaxed));
-    if (yn < threshold) {
-        if (x == y && xn == yn)
-            squareSchoolbook(product, x, xn);
-        else
-            multiplySchoolbook(product, x, xn, y, yn);
-        return;
-    }
-    LimbBuffer scratch(2 * yn + karatsubaScratchSize(yn, threshold));
-    Word *piece = scratch.get();
-    for (Index i = 0; i < xn + yn; i++)
-        product[i] = 0;
-    for (Index at = 0; at < xn; at += yn) {
-        const Index pieceLength = xn - at < yn ? xn - at : yn;
-        if (pieceLength == yn)
-            multiplyKaratsuba(piece, x + at, y, yn, threshold, piece + 2 * yn);
-        else
-            multiplyLimbs(piece, y, yn, x + at, pieceLength);
-        bool carry = addInto(product + at, xn + yn - at, piece, yn + pieceLength);
-        assert(!carry);
-        (void)carry;
-    }
-}
-
-// result[0..xn+yn) = x * y; result overlaps neither operand.
-void multiplyMagnitudes(Blk *result, const Blk *x, Index xn, const Blk *y, Index yn)
-{
-    if (xn == 1 || yn == 1) {
-        multiplySchoolbook(result, x, xn, y, yn);
-        return;
-    }
-    const Index xw = wordsFor(xn), yw = wordsFor(yn);
-    LimbBuffer buffer(2 * (xw + yw));
-    Word *wx = buffer.get(), *wy = wx + xw, *product = wy + yw;
-    blocksToWords(wx, x, xn);
-    if (x == y && xn == yn) // a square: the limb routines see one operand twice, half the products
-        wy = wx;
-    else
-        blocksToWords(wy, y, yn);
-    multiplyLimbs(product, wx, xw, wy, yw);
-    wordsToBlocks(result, product, xn + yn);
-}
+// Text conversion on limbs
 
 // The largest power of the base that fits a limb, and its exponent.
 struct LimbChunk
 {
-    Word power = 1;
+    Limb power = 1;
     unsigned digits = 0;
 
     explicit LimbChunk(unsigned base)
     {
-        while (power <= Word(~Word(0)) / base) {
+        while (power <= Limb(~Limb(0)) / base) {
             power *= base;
             digits++;
         }
@@ -167,21 +95,21 @@ BigUnsigned::Index BigIntFastPaths::digitsOf(const BigUnsigned &x, unsigned base
                                              unsigned short *digits)
 {
     const Index blockCount = x.getLength();
-    Index n = wordsFor(blockCount);
+    Index n = limbsFor(blockCount);
     LimbBuffer buffer(n);
-    Word *w = buffer.get();
+    Limb *w = buffer.get();
     for (Index i = 0; i < n; i++)
         w[i] = 0;
     std::unique_ptr<Blk[]> copy(new Blk[blockCount]);
     for (Index i = 0; i < blockCount; i++)
         copy[i] = x.blockAt(i);
-    blocksToWords(w, copy.get(), blockCount);
+    LimbOps::blocksToLimbs(w, copy.get(), blockCount);
 
     const LimbChunk chunk(base);
-    const SingleDivisor<Word> divisor(chunk.power);
+    const LimbOps::SingleDivisor divisor(chunk.power);
     Index count = 0;
     while (n > 0) {
-        Word part = divisor.divide(w, w, n);
+        Limb part = divisor.divide(w, w, n);
         while (n > 0 && w[n - 1] == 0)
             n--;
         for (unsigned j = 0; j < chunk.digits && (n > 0 || part != 0); j++) {
@@ -196,23 +124,23 @@ BigUnsigned BigIntFastPaths::valueOf(const unsigned short *digits, Index count, 
 {
     const LimbChunk chunk(base);
     // Every digit adds at most 16 bits.
-    LimbBuffer buffer(wordsFor(Index((16ul * count + bitsPerBlock - 1) / bitsPerBlock)) + 1);
-    Word *w = buffer.get();
+    LimbBuffer buffer(limbsFor(Index((16ul * count + bitsPerBlock - 1) / bitsPerBlock)) + 1);
+    Limb *w = buffer.get();
     Index n = 0;
     for (Index i = count; i > 0;) {
         const unsigned take = i < chunk.digits ? unsigned(i) : chunk.digits;
-        Word part = 0, power = 1;
+        Limb part = 0, power = 1;
         for (unsigned j = 0; j < take; j++, i--) {
             part = part * base + digits[i - 1];
             power *= base;
         }
-        const Word carry = multiplyBySingleAdd(w, n, power, part);
+        const Limb carry = LimbOps::multiplyBySingleAdd(w, n, power, part);
         if (carry != 0)
             w[n++] = carry;
     }
-    const Index blockCount = Index(sizeof(Word) / sizeof(Blk)) * n;
+    const Index blockCount = Index(sizeof(Limb) / sizeof(Blk)) * n;
     std::unique_ptr<Blk[]> blocks(new Blk[blockCount + 1]);
-    wordsToBlocks(blocks.get(), w, blockCount);
+    LimbOps::limbsToBlocks(blocks.get(), w, blockCount);
     return BigUnsigned(blocks.get(), blockCount);
 }
 
@@ -406,136 +334,6 @@ void BigUnsigned::subtract(const BigUnsigned &a, const BigUnsigned &b)
         throw negativeResultText;
     }
     trimLeadingZeros();
-}
-
-void BigUnsigned::multiply(const BigUnsigned &a, const BigUnsigned &b)
-{
-    if (computedThroughTemporary(*this, &BigUnsigned::multiply, a, b))
-        return;
-    if (a.isZero() || b.isZero()) {
-        length = 0;
-        return;
-    }
-    // Only the top block may turn out zero: a product two blocks over the limit is refused at
-    // once, one block over only once it is known.
-    requireLength(a.length + b.length - 1ul, overLongProductText);
-    reserve(a.length + b.length);
-    length = a.length + b.length;
-    if (BigIntFastPaths::takenFor(a, b)) {
-        multiplyMagnitudes(blocks, a.blocks, a.length, b.blocks, b.length);
-    } else {
-        for (Index i = 0; i < length; i++)
-            blocks[i] = 0;
-        for (Index i = 0; i < a.length; i++) {
-            for (unsigned k = 0; k < bitsPerBlock; k++) {
-                if ((a.blocks[i] >> k) & 1) {
-                    bool carry = addShiftedInto(blocks + i, length - i, b.blocks, b.length, k);
-                    assert(!carry);
-                    (void)carry;
-                }
-            }
-        }
-    }
-    if (blocks[length - 1] == 0)
-        length--;
-    if (length > maxBlocks) {
-        // The receiver is left zero, a known state, as subtract leaves it.
-        length = 0;
-        throw overLongProductText;
-    }
-}
-
-void BigUnsigned::divideWithRemainder(const BigUnsigned &b, BigUnsigned &q)
-{
-    if (this == &q)
-        throw "BigUnsigned::divideWithRemainder: Cannot write quotient and remainder into the "
-              "same variable";
-    if (this == &b || &q == &b) {
-        BigUnsigned divisor(b);
-        divideWithRemainder(divisor, q);
-        return;
-    }
-    // Deliberate: a zero divisor is no error here; the quotient is 0, the remainder the dividend.
-    if (b.isZero() || length < b.length) {
-        q.length = 0;
-        return;
-    }
-
-    // Long division in base 2: for every quotient bit from the top, try to subtract the divisor
-    // shifted to that bit into the scratch array, and keep the difference when no borrow is left.
-    // A guard block on top of the dividend takes the bits the shifted divisor pushes out.
-    const Index dividendLength = length;
-    const bool fast = BigIntFastPaths::takenFor(*this, b);
-    reserveAndKeep(dividendLength + 1);
-    length = dividendLength + 1;
-    blocks[dividendLength] = 0;
-    if (fast) {
-        q.reserve(dividendLength - b.length + 1);
-        q.length = dividendLength - b.length + 1;
-        divideFast(b, q);
-        if (q.blocks[q.length - 1] == 0)
-            q.length--;
-        trimLeadingZeros();
-        return;
-    }
-    std::unique_ptr<Blk[]> scratch(new Blk[dividendLength + 1]);
-
-    q.reserve(dividendLength - b.length + 1);
-    q.length = dividendLength - b.length + 1;
-    for (Index i = 0; i < q.length; i++)
-        q.blocks[i] = 0;
-
-    for (Index i = q.length; i > 0;) {
-        i--;
-        for (unsigned k = bitsPerBlock; k > 0;) {
-            k--;
-            Index end;
-            bool borrow = subtractShiftedFrom(scratch.get() + i, blocks + i, dividendLength - i,
-                                              b.blocks, b.length, k, &end);
-            if (!borrow) {
-                q.blocks[i] |= Blk(1) << k;
-                copyBlocks(blocks + i, scratch.get() + i, end);
-            }
-        }
-    }
-    if (q.blocks[q.length - 1] == 0)
-        q.length--;
-    trimLeadingZeros();
-}
-
-// The receiver holds the dividend and a zero guard block on top, q the room for the quotient.
-void BigUnsigned::divideFast(const BigUnsigned &b, BigUnsigned &q)
-{
-    const Index dividendLength = length - 1;
-    if (b.length == 1) {
-        blocks[0] = divideBySingle(q.blocks, blocks, dividendLength, b.blocks[0]);
-        length = 1;
-        return;
-    }
-    const Index un = wordsFor(dividendLength), vn = wordsFor(b.length);
-    LimbBuffer buffer(un + 1 + vn + un - vn + 1);
-    Word *u = buffer.get(), *v = u + un + 1, *quotient = v + vn;
-    blocksToWords(u, blocks, dividendLength);
-    u[un] = 0;
-    blocksToWords(v, b.blocks, b.length);
-    if (vn == 1) {
-        u[0] = divideBySingle(quotient, u, un, v[0]);
-    } else {
-        // Knuth's algorithm D wants the divisor's top bit set: shift both operands by the same
-        // amount, and the remainder back at the end.
-        const unsigned shift = leadingZeroBits(v[vn - 1]);
-        if (shift > 0) {
-            shiftLeft(v, v, vn, shift);
-            u[un] = shiftLeft(u, u, un, shift);
-        }
-        divideNormalised(quotient, u, un, v, vn);
-        if (shift > 0)
-            shiftRight(u, u, vn, shift);
-    }
-    // The limbs hold at least as many blocks as q and the remainder; the blocks above are zero.
-    wordsToBlocks(q.blocks, quotient, q.length);
-    wordsToBlocks(blocks, u, b.length);
-    length = b.length;
 }
 
 void BigUnsigned::bitAnd(const BigUnsigned &a, const BigUnsigned &b)

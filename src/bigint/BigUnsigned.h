@@ -141,8 +141,10 @@ public:
     void operator--(int);
 
 private:
+    // The reference and fast routines of the arithmetic, kept apart from the members.
+    friend class BigIntPaths;
+
     void holdOneBlock(Blk b);
-    void divideFast(const BigUnsigned &b, BigUnsigned &q);
 };
 
 /// @}

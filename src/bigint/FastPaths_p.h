@@ -2,13 +2,100 @@
 #ifndef ORVEX_BIGINT_FASTPATHS_P_H
 #define ORVEX_BIGINT_FASTPATHS_P_H
 
+#include "bigint/BigInteger.h"
 #include "bigint/BigUnsigned.h"
+#include "bigint/LimbOps_p.h"
 
 #include <atomic>
+#include <memory>
 
 // The integer operations have two paths: the reference algorithms, which fix every result,
 // length, capacity and thrown text (those of non-normal values included), and fast paths taken
-// only for operands in normal form, which leave exactly what the reference leaves.
+// only for operands in normal form, which leave exactly what the reference leaves. Both are
+// callable here side by side: the tests compare them and the benchmarks measure each. The
+// public operations run the fast routine, which falls back to the reference for operands that
+// are not in normal form.
+class BigIntPaths
+{
+public:
+    using Index = BigUnsigned::Index;
+    using Blk = BigUnsigned::Blk;
+    using Limb = LimbOps::Limb;
+
+    static bool isNormal(const BigUnsigned &x)
+    {
+        return x.getLength() == 0 || x.blockAt(x.getLength() - 1) != 0;
+    }
+
+    // Where the multiplication changes method, in limbs of both operands (the shorter one, for
+    // unequal lengths). Calibrated with bench_integers --benchmark_filter=calibrate, whose
+    // products and squares at each size with each method choose these (2-core AMD EPYC,
+    // g++ -O2): Karatsuba at 32 limbs is as fast as rows of limb products (within 3%), at 48
+    // limbs 8% faster; squares cross later since rows of a square do half the products.
+    struct MultiplyThresholds
+    {
+        Index karatsuba;
+        Index karatsubaSquare;
+    };
+    static constexpr MultiplyThresholds multiplyThresholds{32, 48};
+
+    // r = a * b as BigUnsigned::multiply does it: bit by bit through shifted blocks, or fast.
+    static void multiplyReference(BigUnsigned &r, const BigUnsigned &a, const BigUnsigned &b);
+    static void multiplyFast(BigUnsigned &r, const BigUnsigned &a, const BigUnsigned &b);
+    // The receiver x holds the dividend and gets the remainder, q the quotient, as
+    // BigUnsigned::divideWithRemainder does it: base-2 long division, or fast.
+    static void divideReference(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q);
+    static void divideFast(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q);
+    // modexp's square-and-multiply, reducing by the reference operations, or on limbs with all
+    // storage sized once.
+    static BigUnsigned modexpReference(const BigInteger &base, const BigUnsigned &exponent,
+                                       const BigUnsigned &modulus);
+    static BigUnsigned modexpFast(const BigInteger &base, const BigUnsigned &exponent,
+                                  const BigUnsigned &modulus);
+
+    // Limb kernels. product[0..xn+yn) = x * y, overlapping neither operand; x == y with xn == yn
+    // squares. xn and yn may be 0.
+    static void multiplyLimbs(Limb *product, const Limb *x, Index xn, const Limb *y, Index yn,
+                              const MultiplyThresholds &thresholds = multiplyThresholds);
+    // product[0..2n) = x * x, overlapping x nowhere.
+    static void squareLimbs(Limb *product, const Limb *x, Index n,
+                            const MultiplyThresholds &thresholds = multiplyThresholds);
+    // Knuth's division of u[0..un] (un + 1 limbs, the top one a guard that must be zero) by
+    // v[0..vn), 1 <= vn <= un, v's top limb non-zero: quotient[0..un-vn] gets the quotient,
+    // u[0..vn) the remainder and the limbs of u above it zeros. v is left as it was; scratch
+    // holds vn limbs.
+    static void divideLimbs(Limb *quotient, Limb *u, Index un, const Limb *v, Index vn,
+                            Limb *scratch);
+
+private:
+    static void refuseOverLong(BigUnsigned &r);
+    static void divideFastInto(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q);
+    static BigUnsigned modexpOnLimbs(const BigUnsigned &reducedBase, const BigUnsigned &exponent,
+                                     const BigUnsigned &modulus);
+};
+
+// Limb storage for a fast path: on the stack when small, else on the heap.
+class LimbBuffer
+{
+public:
+    explicit LimbBuffer(BigUnsigned::Index n) : data(n <= localSize ? local : new LimbOps::Limb[n])
+    {
+        if (data != local)
+            heap.reset(data);
+    }
+    LimbBuffer(const LimbBuffer &) = delete;
+    LimbBuffer &operator=(const LimbBuffer &) = delete;
+    LimbOps::Limb *get() { return data; }
+
+private:
+    static constexpr BigUnsigned::Index localSize = 256;
+    LimbOps::Limb local[localSize];
+    std::unique_ptr<LimbOps::Limb[]> heap;
+    LimbOps::Limb *data;
+};
+
+// The process-wide switch the text conversions still read while they move to entry points of
+// their own; multiplication, division and modexp no longer look at it.
 namespace BigIntFastPaths {
 
 // Cleared, every operation runs its reference algorithm alone: the tests compare the two paths
@@ -18,7 +105,7 @@ extern std::atomic<bool> enabled;
 
 inline bool isNormal(const BigUnsigned &x)
 {
-    return x.getLength() == 0 || x.blockAt(x.getLength() - 1) != 0;
+    return BigIntPaths::isNormal(x);
 }
 
 inline bool takenFor(const BigUnsigned &x)
@@ -30,14 +117,6 @@ inline bool takenFor(const BigUnsigned &x, const BigUnsigned &y)
 {
     return takenFor(x) && isNormal(y);
 }
-
-// Operands of this many blocks or more (both of them) are multiplied by Karatsuba's method.
-// Measured with bench_integers (ORVEX_BENCH_KARATSUBA): at 64 blocks rows of word products are
-// about 10% faster than one Karatsuba step, at 128 blocks the two are within noise, at 192 blocks
-// Karatsuba is about 12% faster. Even, so that it is a whole number of two-block words.
-constexpr BigUnsigned::Index karatsubaThreshold = 96;
-// The threshold in use: karatsubaThreshold unless the benchmarks set another to measure it.
-extern std::atomic<BigUnsigned::Index> karatsubaBlocks;
 
 // Text conversion a limb's worth of digits at a time, for bases 2 to 65535. digitsOf writes the
 // digits of a normal x, least significant first and without zeros on top, into `digits` (room

@@ -20,21 +20,31 @@
 namespace {
 
 constexpr quint32 defaultSeed = 20261121;
-using BigIntFastPaths::karatsubaThreshold;
+constexpr quint32 blocksPerLimb = LimbOps::blocksPerLimb;
+constexpr quint32 karatsubaBlocks = blocksPerLimb * BigIntPaths::multiplyThresholds.karatsuba;
+constexpr quint32 karatsubaSquareBlocks =
+        blocksPerLimb * BigIntPaths::multiplyThresholds.karatsubaSquare;
 
 // What an operation leaves behind, as text: per value written its length, capacity and blocks
 // (hashed), then the text thrown.
+template <class Operation>
+QByteArray outcomeOf(Operation &&operation)
+{
+    QByteArray outcome;
+    const QByteArray thrown = thrownText([&] {
+        operation(outcome);
+    });
+    return outcome + "thrown \"" + thrown + "\"";
+}
+
 typedef std::function<void(QByteArray &outcome)> Operation;
 
 QByteArray runOn(bool fast, const Operation &operation)
 {
     BigIntFastPaths::enabled = fast;
-    QByteArray outcome;
-    const QByteArray thrown = thrownText([&] {
-        operation(outcome);
-    });
+    const QByteArray outcome = outcomeOf(operation);
     BigIntFastPaths::enabled = true;
-    return outcome + "thrown \"" + thrown + "\"";
+    return outcome;
 }
 
 void record(QByteArray &outcome, const BigUnsigned &x)
@@ -63,23 +73,54 @@ public:
         return x | BigUnsigned(1ul << 32) * (x << 32);
     }
 
-    // A length near one of the interesting points: small, or around a threshold or its double.
-    quint32 length()
-    {
-        static const quint32 points[] = {1, 2, 3, karatsubaThreshold, 2 * karatsubaThreshold};
-        const quint32 point = points[below(5u)];
-        const quint32 spread = point < 4 ? point : 3;
-        return point - spread + below(2 * spread + 1);
-    }
-
     // A receiver with some earlier value and a capacity of its own.
     BigUnsigned receiver()
     {
-        BigUnsigned r = ofLength(below(2 * karatsubaThreshold + 8));
+        BigUnsigned r = ofLength(below(2 * karatsubaBlocks + 8));
         r = ofLength(below(4u));
         return r;
     }
 };
+
+// Rows of operand lengths in blocks: small ones, and each threshold with its neighbours.
+void addLengthRows(const char *name, quint32 shorter, quint32 longer)
+{
+    for (int offset = -2; offset <= 2; offset++) {
+        QTest::addRow("%s %+d", name, offset)
+                << quint32(int(shorter) + offset) << quint32(int(longer) + offset);
+    }
+}
+
+// The paths compared: the reference and the fast routine of one operation.
+template <class Routine>
+struct Paths
+{
+    Routine reference;
+    Routine fast;
+};
+
+// Runs `check(routine)` on both paths and fails with both outcomes when they differ.
+template <class Routine, class Check>
+void compareOn(const Paths<Routine> &paths, const QByteArray &context, Check &&check)
+{
+    const QByteArray reference = outcomeOf([&](QByteArray &o) {
+        check(paths.reference, o);
+    });
+    const QByteArray fast = outcomeOf([&](QByteArray &o) {
+        check(paths.fast, o);
+    });
+    if (fast != reference)
+        QFAIL(context + "\n  reference: " + reference + "\n  fast: " + fast);
+}
+
+typedef void (*MultiplyRoutine)(BigUnsigned &, const BigUnsigned &, const BigUnsigned &);
+typedef void (*DivideRoutine)(BigUnsigned &, const BigUnsigned &, BigUnsigned &);
+typedef BigUnsigned (*ModexpRoutine)(const BigInteger &, const BigUnsigned &, const BigUnsigned &);
+
+const Paths<MultiplyRoutine> multiplyPaths{&BigIntPaths::multiplyReference,
+                                           &BigIntPaths::multiplyFast};
+const Paths<DivideRoutine> dividePaths{&BigIntPaths::divideReference, &BigIntPaths::divideFast};
+const Paths<ModexpRoutine> modexpPaths{&BigIntPaths::modexpReference, &BigIntPaths::modexpFast};
 
 } // namespace
 
@@ -89,7 +130,12 @@ class tst_BigIntPaths : public QObject
 
 private slots:
     void initTestCase();
-    void multiplyAndDivide();
+    void multiply_data();
+    void multiply();
+    void divide_data();
+    void divide();
+    void modexp_data();
+    void modexp();
     void textConversions();
     void numberTheory();
 
@@ -114,65 +160,136 @@ void tst_BigIntPaths::initTestCase()
     seed = testSeed(defaultSeed);
 }
 
-void tst_BigIntPaths::multiplyAndDivide()
+void tst_BigIntPaths::multiply_data()
 {
-    // Quotient estimates one too large, which only these rare operands reach: the estimate from
-    // the top limbs (two-block words) passes its check, and the product of the whole divisor
-    // must be added back.
-    const QVector<QPair<Blocks, Blocks>> addBack = {
-            {{0, 0, 0, 0, 0, 0, 1}, {1, 0, 0, 0, 0, 0x80000000u}},
-            {{0, 0, 0, 0, 0, 0, 1}, {0xFFFFFFFFu, 0x7FFFFFFFu, 0, 0, 0, 0x80000000u}},
-            {{0, 0, 0, 0, 0, 0, 0, 0, 1}, {0xFFFFFFFFu, 0xFFFFFFFFu, 0, 0, 0, 0x80000000u}},
-    };
-    Operands operands(seed);
-    for (int i = -addBack.size(); i < 400; i++) {
-        const bool normal = !operands.chance(8);
-        const BigUnsigned a = operands.ofLength(operands.length(), normal);
-        const bool normalDivisor = !operands.chance(8); // named: argument order is unspecified
-        BigUnsigned b = operands.ofLength(operands.length(), normalDivisor);
-        // Dividends made from the divisor reach the quotient corrections of the estimate.
-        BigUnsigned dividend = operands.chance(2) ? a * b + operands.ofLength(b.getLength()) : a;
-        if (operands.chance(4) && !b.isZero())
-            dividend = b * operands.ofLength(1 + operands.below(3)) - BigUnsigned(1);
-        if (i < 0) {
-            dividend = fromBlocks(addBack[i + addBack.size()].first);
-            b = fromBlocks(addBack[i + addBack.size()].second);
+    QTest::addColumn<quint32>("shorter");
+    QTest::addColumn<quint32>("longer");
+    for (quint32 length = 1; length <= 5; length++)
+        QTest::addRow("%u blocks", length) << length << length;
+    QTest::newRow("1 by 7 blocks") << 1u << 7u;
+    QTest::newRow("2 by 9 blocks") << 2u << 9u;
+    addLengthRows("karatsuba", karatsubaBlocks, karatsubaBlocks);
+    addLengthRows("karatsuba square", karatsubaSquareBlocks, karatsubaSquareBlocks);
+    addLengthRows("karatsuba twice", 2 * karatsubaBlocks, 2 * karatsubaBlocks + 1);
+    addLengthRows("karatsuba, longer in pieces", karatsubaBlocks, 3 * karatsubaBlocks + 7);
+}
+
+void tst_BigIntPaths::multiply()
+{
+    QFETCH(quint32, shorter);
+    QFETCH(quint32, longer);
+    Operands operands(seed ^ (shorter << 16 | longer));
+    for (int trial = 0; trial < 4; trial++) {
+        // Now and then a value with zero blocks on top, which the fast path leaves alone.
+        const BigUnsigned a = operands.ofLength(longer, trial != 2);
+        const BigUnsigned b = operands.ofLength(shorter, trial != 3);
+        const BigUnsigned start = operands.receiver();
+        compareOn(multiplyPaths, where(trial), [&](MultiplyRoutine multiply, QByteArray &o) {
+            BigUnsigned r(start);
+            multiply(r, b, a);
+            record(o, r);
+            multiply(r, r, r);
+            record(o, r);
+            BigUnsigned s(start);
+            multiply(s, a, a);
+            record(o, s);
+        });
+    }
+}
+
+void tst_BigIntPaths::divide_data()
+{
+    QTest::addColumn<quint32>("divisorLength");
+    QTest::addColumn<quint32>("dividendLength");
+    QTest::addColumn<Blocks>("dividend");
+    QTest::addColumn<Blocks>("divisor");
+    // Quotient digits one too large, which only these rare operands reach: the estimate from the
+    // top limbs passes, and the product of the whole divisor must be added back.
+    const Blocks one7 = {0, 0, 0, 0, 0, 0, 1};
+    QTest::newRow("add back") << 0u << 0u << one7 << Blocks{1, 0, 0, 0, 0, 0x80000000u};
+    QTest::newRow("add back, low limb all ones")
+            << 0u << 0u << one7 << Blocks{0xFFFFFFFFu, 0x7FFFFFFFu, 0, 0, 0, 0x80000000u};
+    QTest::newRow("add back, longer dividend")
+            << 0u << 0u << Blocks{0, 0, 0, 0, 0, 0, 0, 0, 1}
+            << Blocks{0xFFFFFFFFu, 0xFFFFFFFFu, 0, 0, 0, 0x80000000u};
+    for (quint32 divisor = 1; divisor <= 7; divisor++) {
+        QTest::addRow("%u-block divisor", divisor)
+                << divisor << 2 * divisor + 1 << Blocks() << Blocks();
+    }
+    QTest::newRow("dividend shorter") << 5u << 4u << Blocks() << Blocks();
+    QTest::newRow("equal lengths") << 6u << 6u << Blocks() << Blocks();
+    QTest::newRow("long divisor") << 2 * karatsubaBlocks + 3 << 4 * karatsubaBlocks << Blocks()
+                                  << Blocks();
+}
+
+void tst_BigIntPaths::divide()
+{
+    QFETCH(quint32, divisorLength);
+    QFETCH(quint32, dividendLength);
+    QFETCH(Blocks, dividend);
+    QFETCH(Blocks, divisor);
+    Operands operands(seed ^ (divisorLength << 16 | dividendLength));
+    const int trials = dividend.isEmpty() ? 8 : 1;
+    for (int trial = 0; trial < trials; trial++) {
+        BigUnsigned b = operands.ofLength(divisorLength, trial != 3);
+        BigUnsigned x = operands.ofLength(dividendLength, trial != 2);
+        // Dividends made from the divisor reach the corrections of the quotient digits: a
+        // remainder below the divisor, the divisor times a small number less one, and the
+        // divisor times a power of the limb base less one (a digit of all ones).
+        if (trial == 4)
+            x = x * b + operands.ofLength(b.getLength());
+        if (trial == 5 && !b.isZero())
+            x = b * operands.ofLength(1 + operands.below(3)) - BigUnsigned(1);
+        if (trial >= 6 && !b.isZero())
+            x = (b << int(32 * blocksPerLimb * (trial - 5))) - BigUnsigned(1);
+        if (!dividend.isEmpty()) {
+            x = fromBlocks(dividend);
+            b = fromBlocks(divisor);
         }
         const BigUnsigned start = operands.receiver();
         const BigUnsigned quotientStart = operands.receiver();
-        const QByteArray context = where(i) + ": lengths " + QByteArray::number(a.getLength())
-                + ", " + QByteArray::number(b.getLength());
+        compareOn(dividePaths, where(trial), [&](DivideRoutine divide, QByteArray &o) {
+            BigUnsigned r(start), q(quotientStart);
+            r = x;
+            divide(r, b, q);
+            record(o, r);
+            record(o, q);
+            divide(q, q, r); // the divisor is the receiver: divided by a copy
+            record(o, r);
+            record(o, q);
+            divide(r, b, r);
+        });
+    }
+}
 
-        compare(
-                [&](QByteArray &o) {
-                    BigUnsigned r(start);
-                    r.multiply(a, b);
-                    record(o, r);
-                    r.multiply(r, r);
-                    record(o, r);
-                },
-                context + " (multiply)");
-        compare(
-                [&](QByteArray &o) {
-                    BigUnsigned r(start), q(quotientStart);
-                    r = dividend;
-                    r.divideWithRemainder(b, q);
-                    record(o, r);
-                    record(o, q);
-                },
-                context + " (divide)");
-        compare(
-                [&](QByteArray &o) {
-                    BigUnsigned r(dividend);
-                    r %= b;
-                    record(o, r);
-                    record(o, dividend / b);
-                    BigInteger q, signedR(dividend, BigInteger::negative);
-                    signedR.divideWithRemainder(BigInteger(b), q);
-                    record(o, signedR.getMagnitude());
-                    record(o, q.getMagnitude());
-                },
-                context + " (division operators)");
+void tst_BigIntPaths::modexp_data()
+{
+    QTest::addColumn<quint32>("modulusLength");
+    QTest::addColumn<quint32>("baseLength");
+    QTest::addColumn<quint32>("exponentLength");
+    QTest::newRow("zero modulus") << 0u << 2u << 1u;
+    QTest::newRow("zero exponent") << 3u << 2u << 0u;
+    QTest::newRow("zero base") << 3u << 0u << 1u;
+    for (quint32 length = 1; length <= 5; length++)
+        QTest::addRow("%u-block modulus", length) << length << length + 1 << 2u;
+    QTest::newRow("base shorter than the modulus") << 9u << 2u << 2u;
+    QTest::newRow("long modulus") << 17u << 18u << 1u;
+}
+
+void tst_BigIntPaths::modexp()
+{
+    QFETCH(quint32, modulusLength);
+    QFETCH(quint32, baseLength);
+    QFETCH(quint32, exponentLength);
+    Operands operands(seed ^ (modulusLength << 16 | baseLength << 8 | exponentLength));
+    for (int trial = 0; trial < 4; trial++) {
+        const BigUnsigned modulus = operands.ofLength(modulusLength);
+        const BigInteger base(operands.ofLength(baseLength),
+                              trial % 2 ? BigInteger::negative : BigInteger::positive);
+        const BigUnsigned exponent = operands.ofLength(exponentLength);
+        compareOn(modexpPaths, where(trial), [&](ModexpRoutine modexp, QByteArray &o) {
+            record(o, modexp(base, exponent, modulus));
+        });
     }
 }
 
@@ -210,18 +327,14 @@ void tst_BigIntPaths::numberTheory()
     Operands operands(seed + 2);
     for (int i = 0; i < 60; i++) {
         // Normal moduli only: a divisor with zero blocks on top leaves remainders that need not
-        // shrink, so gcd need not end and modexp's values grow without bound.
+        // shrink, so gcd need not end.
         const BigUnsigned modulus = operands.ofLength(operands.below(12));
         const BigUnsigned base = operands.ofLength(operands.below(14));
-        const BigUnsigned exponent = operands.ofLength(operands.below(3));
-        const BigInteger signedBase(
-                base, operands.chance(2) ? BigInteger::negative : BigInteger::positive);
         const QByteArray context =
                 where(i) + ": modulus length " + QByteArray::number(modulus.getLength());
         compare(
                 [&](QByteArray &o) {
                     record(o, gcd(base, modulus));
-                    record(o, modexp(signedBase, exponent, modulus));
                 },
                 context);
     }

@@ -1,0 +1,190 @@
+// Division with remainder.
+//
+// The reference path is long division in base 2: for every quotient bit from the top it tries to
+// subtract the divisor shifted to that bit, keeping the difference when no borrow is left. It
+// fixes every result, length and capacity.
+//
+// The fast path is long division in base B = 2^64 (Knuth's algorithm D) on limbs:
+// - Both operands are shifted left until the divisor's top limb has its top bit set; quotient
+//   and remainder do not change but for the remainder's shift, undone at the end. The dividend
+//   gains a limb on top (the guard) for the bits pushed out.
+// - Invariant before each step j (from the top down): the dividend window u[j..j+vn] (vn + 1
+//   limbs) is below B * v, so its quotient digit fits one limb. It holds at the start because
+//   the guard is below 2^63 <= v's top limb, and afterwards because each window is the previous
+//   remainder (below v) with the next limb appended.
+// - The digit comes from the window's top three limbs divided by v's top two through a
+//   precomputed reciprocal (the three-by-two step of Moller and Granlund): exact for those limbs,
+//   so after subtracting the digit times the rest of v it is at most one too large, which shows
+//   as a borrow out of the two-limb remainder and is mended by one add-back. Where the window's
+//   top two limbs equal v's, the digit is B - 1 exactly.
+// - After the last step u[0..vn) is the shifted remainder and the limbs above it are zero.
+#include "bigint/BigUnsigned.h"
+
+#include "bigint/BlockOps_p.h"
+#include "bigint/FastPaths_p.h"
+#include "bigint/LimbOps_p.h"
+
+#include <memory>
+
+using namespace LimbOps;
+
+namespace {
+
+constexpr const char *sameVariableText =
+        "BigUnsigned::divideWithRemainder: Cannot write quotient and remainder into the same "
+        "variable";
+
+// The steps of algorithm D for a normalised v of vn >= 2 limbs, u[0..un] as in divideLimbs.
+void divideNormalised(Limb *quotient, Limb *u, Index un, const Limb *v, Index vn)
+{
+    assert(vn >= 2 && vn <= un && (v[vn - 1] >> (bitsPerLimb - 1)) == 1);
+    const TwoLimbDivisor top(v[vn - 1], v[vn - 2]);
+    const DoubleLimb vTop = joinLimbs(top.d1, top.d0);
+    for (Index j = un - vn + 1; j > 0;) {
+        j--;
+        Limb *window = u + j;
+        const Limb u2 = window[vn], u1 = window[vn - 1], u0 = window[vn - 2];
+        if (u2 == top.d1 && u1 == top.d0) {
+            const Limb q = ~Limb(0);
+            const Limb borrow = multiplySubtractLimb(window, v, vn, q);
+            assert(borrow == u2);
+            (void)borrow;
+            window[vn] = 0;
+            quotient[j] = q;
+            continue;
+        }
+        DoubleLimb remainder;
+        Limb q = top.divide(u2, u1, u0, &remainder);
+        const Limb borrow = multiplySubtractLimb(window, v, vn - 2, q);
+        DoubleLimb rest = remainder - borrow;
+        if (remainder < borrow) { // one too large: add v back
+            q--;
+            const Limb carry = addLimbs(window, window, v, vn - 2);
+            rest += vTop + carry;
+        }
+        window[vn - 2] = Limb(rest);
+        window[vn - 1] = highLimb(rest);
+        window[vn] = 0;
+        quotient[j] = q;
+    }
+}
+
+} // namespace
+
+void BigIntPaths::divideLimbs(Limb *quotient, Limb *u, Index un, const Limb *v, Index vn,
+                              Limb *scratch)
+{
+    assert(vn >= 1 && vn <= un && v[vn - 1] != 0 && u[un] == 0);
+    if (vn == 1) {
+        u[0] = SingleDivisor(v[0]).divide(quotient, u, un);
+        zeroLimbs(u + 1, un);
+        return;
+    }
+    const unsigned shift = leadingZeroBits(v[vn - 1]);
+    if (shift > 0) {
+        shiftLeftLimbs(scratch, v, vn, shift);
+        v = scratch;
+        u[un] = shiftLeftLimbs(u, u, un, shift);
+    }
+    divideNormalised(quotient, u, un, v, vn);
+    if (shift > 0)
+        shiftRightLimbs(u, u, vn, shift);
+}
+
+void BigIntPaths::divideReference(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q)
+{
+    if (&x == &q)
+        throw sameVariableText;
+    if (&x == &b || &q == &b) {
+        BigUnsigned divisor(b);
+        divideReference(x, divisor, q);
+        return;
+    }
+    // Deliberate: a zero divisor is no error here; the quotient is 0, the remainder the dividend.
+    if (b.isZero() || x.length < b.length) {
+        q.length = 0;
+        return;
+    }
+
+    // For every quotient bit from the top, try to subtract the divisor shifted to that bit into
+    // the scratch array, and keep the difference when no borrow is left. A guard block on top of
+    // the dividend takes the bits the shifted divisor pushes out.
+    const Index dividendLength = x.length;
+    x.reserveAndKeep(dividendLength + 1);
+    x.length = dividendLength + 1;
+    x.blocks[dividendLength] = 0;
+    std::unique_ptr<Blk[]> scratch(new Blk[dividendLength + 1]);
+
+    q.reserve(dividendLength - b.length + 1);
+    q.length = dividendLength - b.length + 1;
+    for (Index i = 0; i < q.length; i++)
+        q.blocks[i] = 0;
+
+    for (Index i = q.length; i > 0;) {
+        i--;
+        for (unsigned k = BlockOps::bitsPerBlock; k > 0;) {
+            k--;
+            Index end;
+            bool borrow =
+                    BlockOps::subtractShiftedFrom(scratch.get() + i, x.blocks + i,
+                                                  dividendLength - i, b.blocks, b.length, k, &end);
+            if (!borrow) {
+                q.blocks[i] |= Blk(1) << k;
+                BlockOps::copyBlocks(x.blocks + i, scratch.get() + i, end);
+            }
+        }
+    }
+    if (q.blocks[q.length - 1] == 0)
+        q.length--;
+    x.trimLeadingZeros();
+}
+
+void BigIntPaths::divideFast(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q)
+{
+    if (!isNormal(x) || !isNormal(b)) {
+        divideReference(x, b, q);
+        return;
+    }
+    if (&x == &q)
+        throw sameVariableText;
+    if (&x == &b || &q == &b) {
+        BigUnsigned divisor(b);
+        divideFast(x, divisor, q);
+        return;
+    }
+    if (b.isZero() || x.length < b.length) {
+        q.length = 0;
+        return;
+    }
+    divideFastInto(x, b, q);
+}
+
+// The sizes of the reference (a guard block on the dividend, room for every quotient block), the
+// arithmetic on limbs.
+void BigIntPaths::divideFastInto(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q)
+{
+    const Index dividendLength = x.length;
+    x.reserveAndKeep(dividendLength + 1);
+    q.reserve(dividendLength - b.length + 1);
+    q.length = dividendLength - b.length + 1;
+
+    const Index un = limbsFor(dividendLength), vn = limbsFor(b.length);
+    LimbBuffer buffer(un + 1 + 2 * vn + un - vn + 1);
+    Limb *u = buffer.get(), *v = u + un + 1, *scratch = v + vn, *quotient = scratch + vn;
+    blocksToLimbs(u, x.blocks, dividendLength);
+    u[un] = 0;
+    blocksToLimbs(v, b.blocks, b.length);
+    divideLimbs(quotient, u, un, v, vn, scratch);
+    // The limbs hold at least as many blocks as q and the remainder; the blocks above are zero.
+    limbsToBlocks(q.blocks, quotient, q.length);
+    if (q.blocks[q.length - 1] == 0)
+        q.length--;
+    limbsToBlocks(x.blocks, u, b.length);
+    x.length = b.length;
+    x.trimLeadingZeros();
+}
+
+void BigUnsigned::divideWithRemainder(const BigUnsigned &b, BigUnsigned &q)
+{
+    BigIntPaths::divideFast(*this, b, q);
+}

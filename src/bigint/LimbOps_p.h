@@ -1,0 +1,387 @@
+// Internal to the library; not installed.
+#ifndef ORVEX_BIGINT_LIMBOPS_P_H
+#define ORVEX_BIGINT_LIMBOPS_P_H
+
+#include "bigint/BigUnsigned.h"
+
+#include <cassert>
+#include <cstring>
+
+// Loops over little-endian limb arrays for the fast paths. A limb is a word of two blocks where
+// the compiler has a 128-bit type (one block elsewhere); limb products are formed in double
+// width. Like the block primitives they allocate nothing, throw nothing and ignore normal form;
+// the caller sizes every array. Carries and borrows are limbs holding 0 or 1, product carries
+// whole limbs.
+namespace LimbOps {
+
+using Blk = BigUnsigned::Blk;
+using Index = BigUnsigned::Index;
+
+#ifdef __SIZEOF_INT128__
+typedef unsigned long long Limb;
+__extension__ typedef unsigned __int128 DoubleLimb;
+#else
+typedef Blk Limb;
+typedef unsigned long long DoubleLimb;
+#endif
+
+constexpr unsigned bitsPerLimb = 8 * sizeof(Limb);
+constexpr Index blocksPerLimb = sizeof(Limb) / sizeof(Blk);
+
+inline DoubleLimb joinLimbs(Limb high, Limb low)
+{
+    return DoubleLimb(high) << bitsPerLimb | low;
+}
+
+inline Limb highLimb(DoubleLimb w)
+{
+    return Limb(w >> bitsPerLimb);
+}
+
+// Limbs needed for n blocks.
+constexpr Index limbsFor(Index n)
+{
+    return Index((n + blocksPerLimb - 1) / blocksPerLimb);
+}
+
+// limbs[0..limbsFor(n)) from blocks x[0..n), the lower block in the low half; an odd count gets
+// a zero high half on top.
+inline void blocksToLimbs(Limb *limbs, const Blk *x, Index n)
+{
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    // Little-endian: consecutive blocks already are the limb, low block first.
+    if (n % blocksPerLimb != 0)
+        limbs[n / blocksPerLimb] = 0;
+    if (n > 0)
+        std::memcpy(limbs, x, n * sizeof(Blk));
+#else
+    for (Index i = 0; i < n; i++) {
+        const Limb part = Limb(x[i]) << (i % blocksPerLimb * 32);
+        limbs[i / blocksPerLimb] = i % blocksPerLimb == 0 ? part : limbs[i / blocksPerLimb] | part;
+    }
+#endif
+}
+
+// blocks[0..n) from the limbs holding them.
+inline void limbsToBlocks(Blk *blocks, const Limb *limbs, Index n)
+{
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    if (n > 0)
+        std::memcpy(blocks, limbs, n * sizeof(Blk));
+#else
+    for (Index i = 0; i < n; i++)
+        blocks[i] = Blk(limbs[i / blocksPerLimb] >> (i % blocksPerLimb * 32));
+#endif
+}
+
+// Blocks of the normal value in x[0..n): n limbs, the top one non-zero unless n is 0.
+inline Index blockLengthOf(const Limb *x, Index n)
+{
+    if (n == 0)
+        return 0;
+    Index length = n * blocksPerLimb;
+    for (Limb top = x[n - 1]; length > 0 && Blk(top >> (bitsPerLimb - 32)) == 0; top <<= 32)
+        length--;
+    return length;
+}
+
+// Drops zero limbs from the top of a length.
+inline Index trimmedLength(const Limb *x, Index n)
+{
+    while (n > 0 && x[n - 1] == 0)
+        n--;
+    return n;
+}
+
+inline void copyLimbs(Limb *result, const Limb *x, Index n)
+{
+    if (n > 0)
+        std::memmove(result, x, n * sizeof(Limb));
+}
+
+inline void zeroLimbs(Limb *x, Index n)
+{
+    if (n > 0)
+        std::memset(x, 0, n * sizeof(Limb));
+}
+
+// -1, 0 or 1 as x is below, equal to or above y, both n limbs long.
+inline int compareLimbs(const Limb *x, const Limb *y, Index n)
+{
+    for (Index i = n; i > 0; i--) {
+        if (x[i - 1] != y[i - 1])
+            return x[i - 1] < y[i - 1] ? -1 : 1;
+    }
+    return 0;
+}
+
+// result = x + y over n limbs; returns the carry out. result may be x or y.
+inline Limb addLimbs(Limb *result, const Limb *x, const Limb *y, Index n)
+{
+    Limb carry = 0;
+    for (Index i = 0; i < n; i++) {
+        const DoubleLimb sum = DoubleLimb(x[i]) + y[i] + carry;
+        result[i] = Limb(sum);
+        carry = highLimb(sum);
+    }
+    return carry;
+}
+
+// result = x - y over n limbs; returns the borrow out. result may be x or y.
+inline Limb subtractLimbs(Limb *result, const Limb *x, const Limb *y, Index n)
+{
+    Limb borrow = 0;
+    for (Index i = 0; i < n; i++) {
+        const DoubleLimb difference = DoubleLimb(x[i]) - y[i] - borrow;
+        result[i] = Limb(difference);
+        borrow = highLimb(difference) & 1;
+    }
+    return borrow;
+}
+
+// x += 1 over n limbs, stopping where the carry stops; returns the carry out of the top.
+inline Limb incrementLimbs(Limb *x, Index n)
+{
+    for (Index i = 0; i < n; i++) {
+        if (++x[i] != 0)
+            return 0;
+    }
+    return 1;
+}
+
+// x -= 1 over n limbs, stopping where the borrow stops; returns the borrow out of the top.
+inline Limb decrementLimbs(Limb *x, Index n)
+{
+    for (Index i = 0; i < n; i++) {
+        if (x[i]-- != 0)
+            return 0;
+    }
+    return 1;
+}
+
+// target[0..targetLength) += x[0..xn), xn <= targetLength; returns the carry out of the top.
+inline Limb addLimbsInto(Limb *target, Index targetLength, const Limb *x, Index xn)
+{
+    assert(xn <= targetLength);
+    return addLimbs(target, target, x, xn) ? incrementLimbs(target + xn, targetLength - xn) : 0;
+}
+
+// target[0..targetLength) -= x[0..xn), xn <= targetLength; returns the borrow out of the top.
+inline Limb subtractLimbsFrom(Limb *target, Index targetLength, const Limb *x, Index xn)
+{
+    assert(xn <= targetLength);
+    return subtractLimbs(target, target, x, xn) ? decrementLimbs(target + xn, targetLength - xn)
+                                                : 0;
+}
+
+// result[0..n) = x[0..n) * y; returns the limb carried out of the top. result may be x.
+inline Limb multiplyLimb(Limb *result, const Limb *x, Index n, Limb y)
+{
+    Limb carry = 0;
+    for (Index i = 0; i < n; i++) {
+        const DoubleLimb t = DoubleLimb(x[i]) * y + carry;
+        result[i] = Limb(t);
+        carry = highLimb(t);
+    }
+    return carry;
+}
+
+// result[0..n) += x[0..n) * y; returns the limb carried out of the top.
+inline Limb multiplyAddLimb(Limb *result, const Limb *x, Index n, Limb y)
+{
+    Limb carry = 0;
+    Index i = 0;
+    // Two limbs a turn: the two products are independent, so their multiplications overlap.
+    for (; i + 2 <= n; i += 2) {
+        const DoubleLimb p0 = DoubleLimb(x[i]) * y, p1 = DoubleLimb(x[i + 1]) * y;
+        const DoubleLimb t0 = p0 + result[i] + carry;
+        result[i] = Limb(t0);
+        const DoubleLimb t1 = p1 + result[i + 1] + highLimb(t0);
+        result[i + 1] = Limb(t1);
+        carry = highLimb(t1);
+    }
+    if (i < n) {
+        const DoubleLimb t = DoubleLimb(x[i]) * y + result[i] + carry;
+        result[i] = Limb(t);
+        carry = highLimb(t);
+    }
+    return carry;
+}
+
+// result[0..n) -= x[0..n) * y; returns the limb borrowed from above the top.
+inline Limb multiplySubtractLimb(Limb *result, const Limb *x, Index n, Limb y)
+{
+    Limb borrow = 0;
+    for (Index i = 0; i < n; i++) {
+        const DoubleLimb product = DoubleLimb(x[i]) * y + borrow;
+        const Limb low = Limb(product);
+        borrow = highLimb(product) + (result[i] < low);
+        result[i] -= low;
+    }
+    return borrow;
+}
+
+// x[0..n) = x * m + a; returns the limb carried out of the top.
+inline Limb multiplyBySingleAdd(Limb *x, Index n, Limb m, Limb a)
+{
+    Limb carry = a;
+    for (Index i = 0; i < n; i++) {
+        const DoubleLimb t = DoubleLimb(x[i]) * m + carry;
+        x[i] = Limb(t);
+        carry = highLimb(t);
+    }
+    return carry;
+}
+
+// result[0..n) = x[0..n) shifted left by k bits (0 < k < limb width); returns the bits pushed out
+// of the top. result may be x.
+inline Limb shiftLeftLimbs(Limb *result, const Limb *x, Index n, unsigned k)
+{
+    assert(k > 0 && k < bitsPerLimb);
+    const Limb out = n > 0 ? x[n - 1] >> (bitsPerLimb - k) : 0;
+    for (Index i = n; i > 1; i--)
+        result[i - 1] = x[i - 1] << k | x[i - 2] >> (bitsPerLimb - k);
+    if (n > 0)
+        result[0] = x[0] << k;
+    return out;
+}
+
+// result[0..n) = x[0..n) shifted right by k bits (0 < k < limb width), zeros coming in at the
+// top. result may be x.
+inline void shiftRightLimbs(Limb *result, const Limb *x, Index n, unsigned k)
+{
+    assert(k > 0 && k < bitsPerLimb);
+    for (Index i = 0; i + 1 < n; i++)
+        result[i] = x[i] >> k | x[i + 1] << (bitsPerLimb - k);
+    if (n > 0)
+        result[n - 1] = x[n - 1] >> k;
+}
+
+// Number of zero bits above the top set bit of a non-zero limb.
+inline unsigned leadingZeroBits(Limb x)
+{
+    assert(x != 0);
+#if defined(__GNUC__)
+    return sizeof(Limb) == sizeof(unsigned long long) ? unsigned(__builtin_clzll(x))
+                                                      : unsigned(__builtin_clz(unsigned(x)));
+#else
+    unsigned n = 0;
+    for (; !(x >> (bitsPerLimb - 1)); x <<= 1)
+        n++;
+    return n;
+#endif
+}
+
+// quotient[0..n) = x[0..n) / d, d non-zero, a hardware division per limb; returns the remainder.
+// quotient may be x.
+inline Limb divideBySingle(Limb *quotient, const Limb *x, Index n, Limb d)
+{
+    assert(d != 0);
+    Limb remainder = 0;
+    for (Index i = n; i > 0; i--) {
+        const DoubleLimb current = joinLimbs(remainder, x[i - 1]);
+        quotient[i - 1] = Limb(current / d);
+        remainder = Limb(current % d);
+    }
+    return remainder;
+}
+
+// floor((B^2 - 1) / d) - B for a limb d with its top bit set, B = 2^bitsPerLimb.
+inline Limb reciprocalOf(Limb d)
+{
+    assert(d >> (bitsPerLimb - 1));
+    return Limb(~DoubleLimb(0) / d - (DoubleLimb(1) << bitsPerLimb));
+}
+
+// Division by one limb d through a precomputed reciprocal instead of a division per limb (the
+// two-by-one step of Moller and Granlund).
+struct SingleDivisor
+{
+    explicit SingleDivisor(Limb divisor)
+        : shift(leadingZeroBits(divisor)), d(divisor << shift), reciprocal(reciprocalOf(d))
+    {}
+
+    // quotient[0..n) = x[0..n) / divisor, returning the remainder; quotient may be x.
+    Limb divide(Limb *quotient, const Limb *x, Index n) const
+    {
+        Limb r = 0; // the remainder so far, shifted like d
+        for (Index i = n; i > 0; i--) {
+            const Limb high = shift ? Limb(r | x[i - 1] >> (bitsPerLimb - shift)) : r;
+            const Limb low = Limb(x[i - 1] << shift);
+            const DoubleLimb q = DoubleLimb(reciprocal) * high + joinLimbs(high, low);
+            Limb q1 = highLimb(q) + 1;
+            r = Limb(low - q1 * d);
+            if (r > Limb(q)) {
+                q1--;
+                r += d;
+            }
+            if (r >= d) {
+                q1++;
+                r -= d;
+            }
+            quotient[i - 1] = q1;
+        }
+        return r >> shift;
+    }
+
+    unsigned shift;
+    Limb d;
+    Limb reciprocal;
+};
+
+// Division of three limbs by a normalised two-limb divisor d1:d0 (top bit of d1 set) through a
+// precomputed reciprocal floor((B^3 - 1) / (d1:d0)) - B: the three-by-two step of Moller and
+// Granlund, exact with at most two corrections.
+struct TwoLimbDivisor
+{
+    TwoLimbDivisor(Limb high, Limb low) : d1(high), d0(low), reciprocal(reciprocalOf(high))
+    {
+        // From the reciprocal of d1 alone to that of d1:d0, lowering it at most three times.
+        Limb p = d1 * reciprocal + d0;
+        if (p < d0) {
+            reciprocal--;
+            if (p >= d1) {
+                reciprocal--;
+                p -= d1;
+            }
+            p -= d1;
+        }
+        const DoubleLimb t = DoubleLimb(d0) * reciprocal;
+        p += highLimb(t);
+        if (p < highLimb(t)) {
+            reciprocal--;
+            if (joinLimbs(p, Limb(t)) >= joinLimbs(d1, d0))
+                reciprocal--;
+        }
+    }
+
+    // The quotient limb of u2:u1:u0 by d1:d0, u2:u1 below d1:d0; *remainder gets the two-limb
+    // remainder.
+    Limb divide(Limb u2, Limb u1, Limb u0, DoubleLimb *remainder) const
+    {
+        const DoubleLimb d = joinLimbs(d1, d0);
+        const DoubleLimb q = DoubleLimb(reciprocal) * u2 + joinLimbs(u2, u1);
+        Limb q1 = highLimb(q);
+        const Limb q0 = Limb(q);
+        const Limb r1 = u1 - q1 * d1;
+        DoubleLimb r = joinLimbs(r1, u0) - DoubleLimb(d0) * q1 - d;
+        q1++;
+        if (highLimb(r) >= q0) {
+            q1--;
+            r += d;
+        }
+        if (r >= d) {
+            q1++;
+            r -= d;
+        }
+        *remainder = r;
+        return q1;
+    }
+
+    Limb d1, d0;
+    Limb reciprocal;
+};
+
+} // namespace LimbOps
+
+#endif // ORVEX_BIGINT_LIMBOPS_P_H
