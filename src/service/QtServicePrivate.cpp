@@ -10,6 +10,7 @@
 #include <QVector>
 
 #include <cstdlib>
+#include <limits>
 #include <vector>
 
 #include <sys/stat.h>
@@ -197,20 +198,35 @@ void QtServiceSysPrivate::incomingConnection(int socketDescriptor)
 
 QString QtServiceSysPrivate::getCommand(const QTcpSocket *socket)
 {
+    return takeCommands(socket, 1).value(0);
+}
+
+QStringList QtServiceSysPrivate::takeCommands(const QTcpSocket *socket, int most)
+{
     QString &buffer = buffers[socket];
     // Only what arrived since the last search is searched; scanned never passes the buffer's
     // end, as only this function takes text out and slotReady() only appends.
     int &from = scanned[socket];
-    const int end = buffer.indexOf(QLatin1String("\r\n"), qMin(from, buffer.size()));
-    if (end < 0) {
-        // A last "\r" may yet begin a line end.
-        from = qMax(0, buffer.size() - 1);
-        return QString();
+    QStringList commands;
+    int taken = 0;
+    for (int searchFrom = qMin(from, buffer.size()); commands.size() < most;) {
+        const int end = buffer.indexOf(QLatin1String("\r\n"), searchFrom);
+        if (end < 0) {
+            // A last "\r" may yet begin a line end.
+            from = qMax(0, buffer.size() - taken - 1);
+            break;
+        }
+        const int start = taken;
+        taken = end + 2;
+        searchFrom = taken;
+        from = 0;
+        if (end == start)
+            break;
+        commands << buffer.mid(start, end - start);
     }
-    from = 0;
-    const QString command = buffer.left(end);
-    buffer.remove(0, end + 2);
-    return command;
+    // Taken out at once: removing line by line would move the rest of the buffer for every line.
+    buffer.remove(0, taken);
+    return commands;
 }
 
 void QtServiceSysPrivate::slotReady()
@@ -226,7 +242,8 @@ void QtServiceSysPrivate::slotReady()
 
     QtServiceBase *service = QtServiceBase::instance();
     // Deliberate: an empty line ends this round; complete lines after it wait for more data.
-    for (QString command = getCommand(socket); !command.isEmpty(); command = getCommand(socket)) {
+    const QStringList commands = takeCommands(socket, std::numeric_limits<int>::max());
+    for (const QString &command : commands) {
         bool accepted = false;
         if (command == QLatin1String("terminate")) {
             if (!serviceFlags.testFlag(QtServiceBase::Unstoppable)) {

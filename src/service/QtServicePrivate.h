@@ -122,6 +122,9 @@ public:
     /// Takes the next line ended by "\r\n" out of the connection's buffer; empty when there is
     /// none (or when the line is empty).
     QString getCommand(const QTcpSocket *socket);
+    /// Takes up to most lines out of the connection's buffer, as many calls of getCommand() would;
+    /// an empty line is taken and ends the list.
+    QStringList takeCommands(const QTcpSocket *socket, int most);
 
     /// The syslog ident, NUL-terminated; built on the first logged message, owned.
     char *logIdent = nullptr;

@@ -384,6 +384,7 @@ void tst_ServiceHost::hostileInput_data()
     QTest::newRow("1,000 status queries of a running service") << name << "status" << QByteArray();
     QTest::newRow("4 MB without a line end, in 256-byte chunks")
             << name << "long line" << QByteArray();
+    QTest::newRow("256 Ki lines in one chunk") << name << "many lines" << QByteArray();
 }
 
 // Another service's record is there; no name may reach it, and a status query never jams.
@@ -437,6 +438,18 @@ void tst_ServiceHost::hostileInput()
         QCOMPARE(server.getCommand(nullptr), QString());
         server.buffers[nullptr] += QLatin1String("\n");
         QCOMPARE(server.getCommand(nullptr), QStringLiteral("alive"));
+    } else if (operation == "many lines") {
+        // The lines of a chunk are taken out at once, not the rest moved after each line.
+        QtServiceSysPrivate server;
+        const int lines = 1 << 18;
+        server.buffers[nullptr] = QStringLiteral("alive\r\n").repeated(lines) + "\r\nalive\r\n";
+        QElapsedTimer timer;
+        timer.start();
+        const QStringList commands = server.takeCommands(nullptr, lines + 2);
+        QVERIFY2(timer.elapsed() < 5000, QByteArray::number(timer.elapsed()));
+        QCOMPARE(commands.size(), lines);
+        QCOMPARE(commands.count(QStringLiteral("alive")), lines);
+        QCOMPARE(server.buffers[nullptr], QStringLiteral("alive\r\n"));
     } else {
         QVERIFY2(startDetached().startsWith("start pid "), "service did not start");
         // A connect() that blocks is interrupted, so a jam fails the test instead of hanging it.
