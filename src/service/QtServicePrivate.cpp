@@ -156,19 +156,14 @@ void QtServiceStarter::slotStart()
 
 QtServiceSysPrivate::QtServiceSysPrivate() : QtUnixServerSocket(nullptr)
 {
-    // Connections wait unanswered in the base's queue; one whose peer has left is dropped from
-    // it, so that the full queue never stops the server from accepting.
-    connect(this, &QTcpServer::newConnection, this, [this] {
-        const QList<QTcpSocket *> waiting = dropClosedConnections();
-        if (!waiting.isEmpty())
-            connect(waiting.last(), &QAbstractSocket::disconnected, this,
-                    &QtServiceSysPrivate::dropClosedConnections);
-    });
+    connect(this, &QTcpServer::newConnection, this, &QtServiceSysPrivate::tidyQueue);
 }
 
-QList<QTcpSocket *> QtServiceSysPrivate::dropClosedConnections()
+void QtServiceSysPrivate::tidyQueue()
 {
-    // The queue can only be taken from the front: take it all and put back who is still there.
+    // Connections wait unanswered in the base's queue. One whose peer has left is dropped from it,
+    // so that the full queue never stops the server from accepting; the queue can only be taken
+    // from the front, so it is taken whole and the others are put back.
     QList<QTcpSocket *> waiting;
     while (isListening() && hasPendingConnections()) {
         QTcpSocket *socket = nextPendingConnection();
@@ -177,9 +172,15 @@ QList<QTcpSocket *> QtServiceSysPrivate::dropClosedConnections()
         else
             socket->deleteLater();
     }
-    for (QTcpSocket *socket : qAsConst(waiting))
+    for (QTcpSocket *socket : qAsConst(waiting)) {
+        // Nobody reads a queued connection: what its peer sends is dropped, not kept in memory.
+        socket->skip(socket->bytesAvailable());
         addPendingConnection(socket);
-    return waiting;
+        connect(socket, &QIODevice::readyRead, this, &QtServiceSysPrivate::tidyQueue,
+                Qt::UniqueConnection);
+        connect(socket, &QAbstractSocket::disconnected, this, &QtServiceSysPrivate::tidyQueue,
+                Qt::UniqueConnection);
+    }
 }
 
 QtServiceSysPrivate::~QtServiceSysPrivate()

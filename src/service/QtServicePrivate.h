@@ -6,7 +6,6 @@
 #include "service/QtUnixServerSocket.h"
 
 #include <QHash>
-#include <QList>
 #include <QMap>
 #include <QObject>
 #include <QString>
@@ -116,8 +115,9 @@ public:
     void incomingConnection(int socketDescriptor);
 #pragma GCC diagnostic pop
 
-    /// Deletes the connections in the base's queue whose peer has closed; returns the others.
-    QList<QTcpSocket *> dropClosedConnections();
+    /// Deletes the connections in the base's queue whose peer has closed and drops what the
+    /// others have received.
+    void tidyQueue();
 
     /// Takes the next line ended by "\r\n" out of the connection's buffer; empty when there is
     /// none (or when the line is empty).

@@ -9,6 +9,8 @@
 #include <csignal>
 #include <cstdio>
 
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -382,6 +384,7 @@ void tst_ServiceHost::hostileInput_data()
     QTest::newRow("path: no other record read") << "Alpha/"
                                                 << "read" << QByteArray();
     QTest::newRow("1,000 status queries of a running service") << name << "status" << QByteArray();
+    QTest::newRow("64 MB streamed into a queued connection") << name << "stream" << QByteArray();
     QTest::newRow("4 MB without a line end, in 256-byte chunks")
             << name << "long line" << QByteArray();
     QTest::newRow("256 Ki lines in one chunk") << name << "many lines" << QByteArray();
@@ -450,6 +453,25 @@ void tst_ServiceHost::hostileInput()
         QCOMPARE(commands.size(), lines);
         QCOMPARE(commands.count(QStringLiteral("alive")), lines);
         QCOMPARE(server.buffers[nullptr], QStringLiteral("alive\r\n"));
+    } else if (operation == "stream") {
+        QVERIFY2(startDetached().startsWith("start pid "), "service did not start");
+        const int peer = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        qstrncpy(address.sun_path, QFile::encodeName(socketFile).constData(),
+                 sizeof(address.sun_path));
+        QCOMPARE(::connect(peer, reinterpret_cast<sockaddr *>(&address), sizeof(address)), 0);
+        const QByteArray megabyte(1 << 20, 'x');
+        for (int i = 0; i < 64; ++i)
+            QCOMPARE(::write(peer, megabyte.constData(), size_t(megabyte.size())),
+                     ssize_t(megabyte.size()));
+        QFile status(QStringLiteral("/proc/%1/status").arg(detachedPid));
+        QVERIFY(status.open(QIODevice::ReadOnly));
+        const QByteArray all = status.readAll();
+        const QByteArray peak = all.mid(all.indexOf("VmHWM:") + 6).trimmed();
+        ::close(peer);
+        // Peak resident memory in kB.
+        QVERIFY2(peak.left(peak.indexOf(' ')).toInt() < 32 * 1024, peak.left(20));
     } else {
         QVERIFY2(startDetached().startsWith("start pid "), "service did not start");
         // A connect() that blocks is interrupted, so a jam fails the test instead of hanging it.
