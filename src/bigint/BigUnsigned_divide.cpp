@@ -34,11 +34,12 @@ constexpr const char *sameVariableText =
         "BigUnsigned::divideWithRemainder: Cannot write quotient and remainder into the same "
         "variable";
 
-// The steps of algorithm D for a normalised v of vn >= 2 limbs, u[0..un] as in divideLimbs.
-void divideNormalised(Limb *quotient, Limb *u, Index un, const Limb *v, Index vn)
+// The steps of algorithm D for a normalised v of vn >= 2 limbs, u[0..un] as in divideLimbs, top
+// made from v's top limbs.
+void divideNormalised(Limb *quotient, Limb *u, Index un, const Limb *v, Index vn,
+                      const TwoLimbDivisor &top)
 {
-    assert(vn >= 2 && vn <= un && (v[vn - 1] >> (bitsPerLimb - 1)) == 1);
-    const TwoLimbDivisor top(v[vn - 1], v[vn - 2]);
+    assert(vn >= 2 && vn <= un && v[vn - 1] == top.d1 && v[vn - 2] == top.d0);
     const DoubleLimb vTop = joinLimbs(top.d1, top.d0);
     for (Index j = un - vn + 1; j > 0;) {
         j--;
@@ -71,24 +72,58 @@ void divideNormalised(Limb *quotient, Limb *u, Index un, const Limb *v, Index vn
 
 } // namespace
 
-void BigIntPaths::divideLimbs(Limb *quotient, Limb *u, Index un, const Limb *v, Index vn,
-                              Limb *scratch)
+namespace {
+
+unsigned normalisingShift(const Limb *v, Index vn)
 {
-    assert(vn >= 1 && vn <= un && v[vn - 1] != 0 && u[un] == 0);
+    assert(vn >= 1 && v[vn - 1] != 0);
+    return leadingZeroBits(v[vn - 1]);
+}
+
+// The top two limbs of v shifted left by `shift` (below a one-limb v: a zero limb).
+TwoLimbDivisor shiftedTop(const Limb *v, Index vn, unsigned shift)
+{
+    Limb high = v[vn - 1] << shift, low = vn >= 2 ? v[vn - 2] << shift : 0;
+    if (shift > 0 && vn >= 2)
+        high |= v[vn - 2] >> (bitsPerLimb - shift);
+    if (shift > 0 && vn >= 3)
+        low |= v[vn - 3] >> (bitsPerLimb - shift);
+    return TwoLimbDivisor(high, low);
+}
+
+} // namespace
+
+LimbDivisor::LimbDivisor(const Limb *divisor, Index length, Limb *storage)
+    : v(divisor),
+      vn(length),
+      shift(normalisingShift(divisor, length)),
+      top(shiftedTop(divisor, length, shift))
+{
+    if (vn >= 2 && shift > 0) {
+        shiftLeftLimbs(storage, v, vn, shift);
+        v = storage;
+    }
+}
+
+void LimbDivisor::divide(Limb *quotient, Limb *u, Index un) const
+{
+    assert(vn <= un && u[un] == 0);
     if (vn == 1) {
         u[0] = SingleDivisor(v[0]).divide(quotient, u, un);
         zeroLimbs(u + 1, un);
         return;
     }
-    const unsigned shift = leadingZeroBits(v[vn - 1]);
-    if (shift > 0) {
-        shiftLeftLimbs(scratch, v, vn, shift);
-        v = scratch;
+    if (shift > 0)
         u[un] = shiftLeftLimbs(u, u, un, shift);
-    }
-    divideNormalised(quotient, u, un, v, vn);
+    divideNormalised(quotient, u, un, v, vn, top);
     if (shift > 0)
         shiftRightLimbs(u, u, vn, shift);
+}
+
+void BigIntPaths::divideLimbs(Limb *quotient, Limb *u, Index un, const Limb *v, Index vn,
+                              Limb *scratch)
+{
+    LimbDivisor(v, vn, scratch).divide(quotient, u, un);
 }
 
 void BigIntPaths::divideReference(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q)

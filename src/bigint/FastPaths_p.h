@@ -74,6 +74,28 @@ private:
                                      const BigUnsigned &modulus);
 };
 
+// A divisor of limbs made ready once for many divisions (algorithm D): shifted until its top bit
+// is set, with the reciprocal of its top two limbs.
+class LimbDivisor
+{
+public:
+    using Index = BigUnsigned::Index;
+    using Limb = LimbOps::Limb;
+
+    // v[0..vn), vn >= 1, the top limb non-zero; `storage` holds vn limbs for the shifted copy and
+    // outlives the divisor, and so does v.
+    LimbDivisor(const Limb *v, Index vn, Limb *storage);
+    // As BigIntPaths::divideLimbs: quotient[0..un-vn] = u[0..un] / v, u[0..vn) the remainder, the
+    // limbs above it zero; un >= vn and u[un] a zero guard.
+    void divide(Limb *quotient, Limb *u, Index un) const;
+
+private:
+    const Limb *v;
+    Index vn;
+    unsigned shift;
+    LimbOps::TwoLimbDivisor top;
+};
+
 // Limb storage for a fast path: on the stack when small, else on the heap.
 class LimbBuffer
 {

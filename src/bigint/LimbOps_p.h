@@ -174,14 +174,34 @@ inline Limb subtractLimbsFrom(Limb *target, Index targetLength, const Limb *x, I
                                                 : 0;
 }
 
+#if defined(__x86_64__) && defined(__GNUC__) && defined(__SIZEOF_INT128__)
+// One limb product and the additions after it in x86-64 instructions: compilers keep the 128-bit
+// sums of the portable loops in memory and take half as long again.
+#  define ORVEX_LIMB_ASSEMBLY 1
+
+// high:low = x * y.
+inline void multiplyWide(Limb x, Limb y, Limb *high, Limb *low)
+{
+    __asm__("mulq %3" : "=a"(*low), "=d"(*high) : "a"(x), "rm"(y) : "cc");
+}
+#endif
+
 // result[0..n) = x[0..n) * y; returns the limb carried out of the top. result may be x.
 inline Limb multiplyLimb(Limb *result, const Limb *x, Index n, Limb y)
 {
     Limb carry = 0;
     for (Index i = 0; i < n; i++) {
+#ifdef ORVEX_LIMB_ASSEMBLY
+        Limb high, low;
+        multiplyWide(x[i], y, &high, &low);
+        __asm__("addq %2, %0\n\tadcq $0, %1" : "+&r"(low), "+&r"(high) : "rm"(carry) : "cc");
+        result[i] = low;
+        carry = high;
+#else
         const DoubleLimb t = DoubleLimb(x[i]) * y + carry;
         result[i] = Limb(t);
         carry = highLimb(t);
+#endif
     }
     return carry;
 }
@@ -190,20 +210,21 @@ inline Limb multiplyLimb(Limb *result, const Limb *x, Index n, Limb y)
 inline Limb multiplyAddLimb(Limb *result, const Limb *x, Index n, Limb y)
 {
     Limb carry = 0;
-    Index i = 0;
-    // Two limbs a turn: the two products are independent, so their multiplications overlap.
-    for (; i + 2 <= n; i += 2) {
-        const DoubleLimb p0 = DoubleLimb(x[i]) * y, p1 = DoubleLimb(x[i + 1]) * y;
-        const DoubleLimb t0 = p0 + result[i] + carry;
-        result[i] = Limb(t0);
-        const DoubleLimb t1 = p1 + result[i + 1] + highLimb(t0);
-        result[i + 1] = Limb(t1);
-        carry = highLimb(t1);
-    }
-    if (i < n) {
+    for (Index i = 0; i < n; i++) {
+#ifdef ORVEX_LIMB_ASSEMBLY
+        Limb high, low;
+        multiplyWide(x[i], y, &high, &low);
+        __asm__("addq %2, %0\n\tadcq $0, %1\n\taddq %3, %0\n\tadcq $0, %1"
+                : "+&r"(low), "+&r"(high)
+                : "r"(result[i]), "r"(carry)
+                : "cc");
+        result[i] = low;
+        carry = high;
+#else
         const DoubleLimb t = DoubleLimb(x[i]) * y + result[i] + carry;
         result[i] = Limb(t);
         carry = highLimb(t);
+#endif
     }
     return carry;
 }
@@ -213,10 +234,22 @@ inline Limb multiplySubtractLimb(Limb *result, const Limb *x, Index n, Limb y)
 {
     Limb borrow = 0;
     for (Index i = 0; i < n; i++) {
+#ifdef ORVEX_LIMB_ASSEMBLY
+        Limb high, low, r = result[i];
+        multiplyWide(x[i], y, &high, &low);
+        // The borrow comes in last, so the chain from one limb to the next is two steps long.
+        __asm__("subq %1, %0\n\tadcq $0, %2\n\tsubq %3, %0\n\tadcq $0, %2"
+                : "+&r"(r), "+&r"(low), "+&r"(high)
+                : "r"(borrow)
+                : "cc");
+        result[i] = r;
+        borrow = high;
+#else
         const DoubleLimb product = DoubleLimb(x[i]) * y + borrow;
         const Limb low = Limb(product);
         borrow = highLimb(product) + (result[i] < low);
         result[i] -= low;
+#endif
     }
     return borrow;
 }

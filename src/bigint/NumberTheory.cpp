@@ -100,6 +100,7 @@ BigUnsigned BigIntPaths::modexpOnLimbs(const BigUnsigned &reducedBase, const Big
     Limb *m = buffer.get(), *power = m + n, *result = power + n, *product = result + n;
     Limb *quotient = product + 2 * n + 1, *scratch = quotient + n + 2;
     blocksToLimbs(m, modulus.blocks, modulusBlocks);
+    const LimbDivisor divisor(m, n, scratch);
     blocksToLimbs(power, reducedBase.blocks, reducedBase.length);
     const Index powerLength = trimmedLength(power, limbsFor(reducedBase.length));
     Index resultLength = 1;
@@ -120,7 +121,7 @@ BigUnsigned BigIntPaths::modexpOnLimbs(const BigUnsigned &reducedBase, const Big
             capacity = productBlocks + divided;
         if (divided) {
             product[productLength] = 0;
-            divideLimbs(quotient, product, productLength, m, n, scratch);
+            divisor.divide(quotient, product, productLength);
             resultLength = trimmedLength(product, n);
         } else {
             resultLength = productLength;
