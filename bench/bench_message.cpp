@@ -2,11 +2,11 @@
 // the same framing over a plain blocking POSIX socket and over a bare QTcpSocket.
 #include "EchoPeer.h"
 #include "RatioReporter.h"
+#include "common/MessageFrame.h"
 
 #include <message/Manager.h>
 
 #include <QCoreApplication>
-#include <QDataStream>
 #include <QHostAddress>
 #include <QTcpSocket>
 
@@ -28,15 +28,6 @@ Message request(std::int64_t size)
     return Message(QByteArray(int(size), 'x'));
 }
 
-QByteArray frameOf(const QByteArray &payload)
-{
-    QByteArray bytes;
-    QDataStream out(&bytes, QIODevice::WriteOnly);
-    out.setVersion(12);
-    out << qint64(payload.size()) << payload;
-    return bytes;
-}
-
 void roundtripOrvex(benchmark::State &state)
 {
     const Message message = request(state.range(0));
@@ -50,7 +41,7 @@ void roundtripOrvex(benchmark::State &state)
 
 void roundtripPosix(benchmark::State &state)
 {
-    const QByteArray frame = frameOf(request(state.range(0)).data);
+    const QByteArray frame = messageFrame(request(state.range(0)).data);
     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -73,7 +64,7 @@ void roundtripPosix(benchmark::State &state)
 
 void roundtripQTcpSocket(benchmark::State &state)
 {
-    const QByteArray frame = frameOf(request(state.range(0)).data);
+    const QByteArray frame = messageFrame(request(state.range(0)).data);
     QTcpSocket socket;
     socket.connectToHost(QHostAddress::LocalHost, 8889);
     if (!socket.waitForConnected(5000)) {

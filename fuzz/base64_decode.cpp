@@ -6,16 +6,11 @@
 // and alphabet and decode back to exactly the data, with or without its "=" fill.
 #include <util/Utils.h>
 
+#include "common/Check.h"
+
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 bool isUrlSafe(char c)
 {
@@ -27,15 +22,16 @@ bool isUrlSafe(char c)
 QByteArray checkedEncoding(const QByteArray &data)
 {
     const QByteArray text = Orvex::Utils::urlSafeBase64Encode(data);
-    require(text.size() == (data.size() + 2) / 3 * 4);
+    check(text.size() == (data.size() + 2) / 3 * 4, "encoded length");
     int fill = 0;
     while (fill < text.size() && text.at(text.size() - 1 - fill) == '=')
         ++fill;
-    require(fill == (3 - data.size() % 3) % 3);
+    check(fill == (3 - data.size() % 3) % 3, "fill length");
     for (int i = 0; i < text.size() - fill; ++i)
-        require(isUrlSafe(text.at(i)));
-    require(Orvex::Utils::urlSafeBase64Decode(text) == data);
-    require(Orvex::Utils::urlSafeBase64Decode(text.left(text.size() - fill)) == data);
+        check(isUrlSafe(text.at(i)), "URL-safe alphabet");
+    check(Orvex::Utils::urlSafeBase64Decode(text) == data, "decodes back");
+    check(Orvex::Utils::urlSafeBase64Decode(text.left(text.size() - fill)) == data,
+          "decodes back without its fill");
     return text;
 }
 
@@ -52,11 +48,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     }
     const QByteArray decoded = Orvex::Utils::urlSafeBase64Decode(rest);
     // Four characters carry three bytes at most; characters outside the alphabet carry none.
-    require(decoded.size() <= (rest.size() + 3) / 4 * 3);
+    check(decoded.size() <= (rest.size() + 3) / 4 * 3, "decoded length");
     const QByteArray text = checkedEncoding(decoded);
-    require(Orvex::Utils::urlSafeBase64Decode(text) == decoded);
+    check(Orvex::Utils::urlSafeBase64Decode(text) == decoded, "decoding is stable");
     QByteArray plain = rest;
     plain.replace('-', '+').replace('_', '/');
-    require(Orvex::Utils::urlSafeBase64Decode(plain) == decoded);
+    check(Orvex::Utils::urlSafeBase64Decode(plain) == decoded, "plain alphabet decodes the same");
     return 0;
 }
