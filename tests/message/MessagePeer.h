@@ -32,6 +32,17 @@ public:
         wait();
     }
 
+    // The first of the two ports that another program holds, or 0.
+    static quint16 takenPort()
+    {
+        for (const quint16 port : {8889, 9998}) {
+            QTcpServer probe;
+            if (!probe.listen(QHostAddress::LocalHost, port))
+                return port;
+        }
+        return 0;
+    }
+
     // Starts the thread; false when either port is taken.
     bool begin()
     {
@@ -53,9 +64,6 @@ public:
         return receivedBytes;
     }
 
-    int requestConnections() const { return connections.load(); }
-    int notificationConnections() const { return notificationClients.load(); }
-
     // Writes `bytes` to every notification connection, from the peer's thread.
     void notify(const QByteArray &bytes)
     {
@@ -65,14 +73,8 @@ public:
         });
     }
 
-    static QByteArray frame(qint64 outerLength, const QByteArray &payload)
-    {
-        QByteArray bytes;
-        QDataStream out(&bytes, QIODevice::WriteOnly);
-        out.setVersion(12);
-        out << outerLength << payload;
-        return bytes;
-    }
+    std::atomic<int> requestConnections{0};
+    std::atomic<int> notificationConnections{0};
 
 protected:
     void run() override
@@ -84,7 +86,7 @@ protected:
                 && notifications.listen(QHostAddress::LocalHost, 9998);
         QObject::connect(&requests, &QTcpServer::newConnection, [&requests, this] {
             while (QTcpSocket *socket = requests.nextPendingConnection()) {
-                ++connections;
+                ++requestConnections;
                 QObject::connect(socket, &QTcpSocket::readyRead, [socket, this] {
                     serve(socket);
                 });
@@ -92,7 +94,7 @@ protected:
         });
         QObject::connect(&notifications, &QTcpServer::newConnection, [&notifications, this] {
             while (notifications.nextPendingConnection())
-                ++notificationClients;
+                ++notificationConnections;
         });
         ready = true;
         exec();
@@ -104,7 +106,6 @@ private:
     {
         while (socket->bytesAvailable() >= 12) {
             QDataStream in(socket->peek(12));
-            in.setVersion(12);
             qint64 outer = 0;
             quint32 inner = 0;
             in >> outer >> inner;
@@ -118,8 +119,7 @@ private:
                 reply = current;
             }
             for (int i = 0; i < reply.chunks.size(); ++i) {
-                if (i > 0)
-                    QThread::msleep(reply.delayMs);
+                QThread::msleep(i > 0 ? reply.delayMs : 0);
                 socket->write(reply.chunks[i]);
                 socket->flush();
             }
@@ -135,8 +135,6 @@ private:
     QByteArray receivedBytes;
     Plan current;
     QTcpServer *notificationServer = nullptr;
-    std::atomic<int> connections{0};
-    std::atomic<int> notificationClients{0};
     std::atomic<bool> ready{false};
     std::atomic<bool> listening{false};
 };

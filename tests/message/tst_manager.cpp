@@ -1,3 +1,4 @@
+#include "common/MessageFrame.h"
 #include "common/RecordingComposer.h"
 #include "message/Manager.h"
 #include "message/MessagePeer.h"
@@ -8,19 +9,7 @@
 #include <cstdio>
 #include <limits>
 
-namespace {
-
-// The outer and inner lengths of a frame, written as a service would, true or not.
-QByteArray lengths(qint64 outer, quint32 inner)
-{
-    QByteArray bytes;
-    QDataStream out(&bytes, QIODevice::WriteOnly);
-    out.setVersion(12);
-    out << outer << inner;
-    return bytes;
-}
-
-} // namespace
+Q_DECLARE_METATYPE(MessagePeer::Plan)
 
 class tst_Manager : public QObject
 {
@@ -35,6 +24,7 @@ private slots:
     void replies_data();
     void replies();
     void defaultWhenNothingListens();
+    void failedExchangeRebuildsSingleton_data();
     void failedExchangeRebuildsSingleton();
     void notificationsAreDrainedAndLogged();
     void hostileReplies_data();
@@ -49,6 +39,9 @@ private:
 
 void tst_Manager::initTestCase()
 {
+    // Another program on a port would answer in the peer's place, or leave the client waiting.
+    if (const quint16 port = MessagePeer::takenPort())
+        QFAIL(qPrintable(QStringLiteral("loopback port %1 is taken by another program").arg(port)));
     Orvex::Logger::init();
     Orvex::setDefaultLogger(Orvex::LogError, &errors);
     Orvex::setDefaultLogger(Orvex::LogTrace, &traces);
@@ -75,7 +68,7 @@ void tst_Manager::requestBytes_data()
     QTest::newRow("empty message")
             << QByteArray() << QByteArray::fromHex("0000000000000000ffffffff");
     QTest::newRow("outer length counts the payload only")
-            << QByteArray(300, 'x') << lengths(300, 300) + QByteArray(300, 'x');
+            << QByteArray(300, 'x') << frameLengths(300, 300) + QByteArray(300, 'x');
 }
 
 void tst_Manager::requestBytes()
@@ -84,7 +77,7 @@ void tst_Manager::requestBytes()
     QFETCH(QByteArray, expected);
     MessagePeer peer;
     QVERIFY(peer.begin());
-    peer.plan({{MessagePeer::frame(4, "i42e")}});
+    peer.plan({{messageFrame("i42e")}});
     Message message;
     if (!payload.isNull())
         message.data = payload;
@@ -99,16 +92,16 @@ void tst_Manager::replies_data()
     QTest::addColumn<QList<QByteArray>>("chunks");
     QTest::addColumn<bool>("close");
     QTest::addColumn<QVariant>("expected");
-    const QByteArray hello = MessagePeer::frame(9, "5:hello2:");
+    const QByteArray hello = messageFrame("5:hello2:");
     const QVariant invalid;
     const auto row = [](const char *name, const QByteArray &reply, const QVariant &expected,
                         bool close = false) {
         QTest::newRow(name) << QList<QByteArray>{reply} << close << expected;
     };
-    row("integer", MessagePeer::frame(4, "i42e"), 42);
+    row("integer", messageFrame("i42e"), 42);
     row("byte string, rest dropped", hello, QByteArray("hello"));
-    row("null frame gives no value", MessagePeer::frame(0, QByteArray()), invalid);
-    row("no element", MessagePeer::frame(3, "xyz"), invalid);
+    row("null frame gives no value", messageFrame(QByteArray()), invalid);
+    row("no element", messageFrame("xyz"), invalid);
     // The client reads the length as soon as a byte is there and then waits only until the
     // payload's length is buffered, so each write ends past the length and the last is 5+ bytes.
     QTest::newRow("split across writes")
@@ -116,15 +109,16 @@ void tst_Manager::replies_data()
             << QVariant(QByteArray("hello"));
 
     // Broken services: send() still returns, with whatever the bytes decode to.
-    row("negative outer length", lengths(-1, 4) + "i42e", 42);
-    row("most negative outer length", lengths(std::numeric_limits<qint64>::min(), 3) + "i7e", 7);
-    row("oversized inner length", lengths(4, 0x7ffffff0u) + "i42e", invalid);
-    row("null inner length with bytes behind", lengths(4, 0xffffffffu) + "i42e", invalid);
-    row("inner length longer than the outer", lengths(4, 8) + "i1ei22e ", 1);
-    row("inner length shorter than the outer", lengths(12, 3) + "i5ejunkjunk", 5);
+    row("negative outer length", frameLengths(-1, 4) + "i42e", 42);
+    row("most negative outer length", frameLengths(std::numeric_limits<qint64>::min(), 3) + "i7e",
+        7);
+    row("oversized inner length", frameLengths(4, 0x7ffffff0u) + "i42e", invalid);
+    row("null inner length with bytes behind", frameLengths(4, 0xffffffffu) + "i42e", invalid);
+    row("inner length longer than the outer", frameLengths(4, 8) + "i1ei22e ", 1);
+    row("inner length shorter than the outer", frameLengths(12, 3) + "i5ejunkjunk", 5);
     row("text instead of a frame", "\xff garbage, not a frame\n", invalid);
     row("closed after three bytes", "abc", invalid, true);
-    row("closed with the payload cut short", lengths(2, 100) + "ab", invalid, true);
+    row("closed with the payload cut short", frameLengths(2, 100) + "ab", invalid, true);
 }
 
 void tst_Manager::replies()
@@ -153,19 +147,32 @@ void tst_Manager::defaultWhenNothingListens()
     QCOMPARE(Orvex::Manager::getInstance(), manager); // kept, no reconnection
 }
 
+void tst_Manager::failedExchangeRebuildsSingleton_data()
+{
+    QTest::addColumn<MessagePeer::Plan>("silence");
+    QTest::newRow("closed without a reply") << MessagePeer::Plan{{}, 0, true};
+    // Answers a second after the time-out: the late reply must reach no later client.
+    QTest::newRow("reply after the time-out")
+            << MessagePeer::Plan{{QByteArray(), messageFrame("i13e")}, 31000};
+}
+
 void tst_Manager::failedExchangeRebuildsSingleton()
 {
+    QFETCH(MessagePeer::Plan, silence);
     MessagePeer peer;
     QVERIFY(peer.begin());
-    peer.plan({{}, 0, true}); // closes without a reply
-
+    peer.plan(silence);
+    QElapsedTimer timer;
+    timer.start();
     QCOMPARE(Orvex::Manager::getInstance()->send(Message("ping"), QVariant(1)), QVariant(1));
+    QVERIFY(silence.close || timer.elapsed() >= 29000);
     QCOMPARE(drainErrors(), QStringList{"[No return]"});
 
-    // The singleton was deleted: the next one connects afresh.
-    peer.plan({{MessagePeer::frame(3, "i5e")}});
+    // The singleton was deleted: the next one connects afresh and gets its own reply.
+    peer.plan({{messageFrame("i5e")}});
+    Orvex::Manager::getInstance();
+    QTRY_COMPARE_WITH_TIMEOUT(peer.requestConnections.load(), 2, 10000);
     QCOMPARE(Orvex::Manager::getInstance()->send(Message("ping"), QVariant(1)), QVariant(5));
-    QCOMPARE(peer.requestConnections(), 2);
 }
 
 void tst_Manager::notificationsAreDrainedAndLogged()
@@ -173,13 +180,13 @@ void tst_Manager::notificationsAreDrainedAndLogged()
     MessagePeer peer;
     QVERIFY(peer.begin());
     Orvex::Manager::getInstance();
-    QTRY_COMPARE(peer.notificationConnections(), 1);
+    QTRY_COMPARE(peer.notificationConnections.load(), 1);
 
     peer.notify("first line\nsecond line\n");
     QTRY_COMPARE(traces.lines, QStringList{"Data-received"});
 
     // Notifications never change a reply.
-    peer.plan({{MessagePeer::frame(4, "i9e")}});
+    peer.plan({{messageFrame("i9e")}});
     peer.notify("during a request\n");
     QCOMPARE(Orvex::Manager::getInstance()->send(Message("ping"), QVariant()), QVariant(9));
     QTRY_COMPARE(traces.lines.size(), 2);

@@ -72,15 +72,18 @@ void tst_ServiceBase::filePathSearchesPath_data()
     QTest::addColumn<QString>("program");
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("expected");
-    const auto row = [](const char *program, const char *path, const char *expected) {
-        QTest::newRow(program) << program << path << expected;
+    // "@" stands for the temporary directory holding bin/prog and other/prog, "." for the current
+    // directory.
+    const auto row = [](const char *what, const char *program, const char *path,
+                        const char *expected) {
+        QTest::newRow(what) << program << path << expected;
     };
-    // "@" stands for the temporary directory holding bin/prog, "." for the current directory.
-    row("/opt/x/../svc/prog", "", "/opt/svc/prog");
-    row("@/bin/prog", "", "@/bin/prog");
-    row("nowhere/prog", "", "./prog");
-    row("prog", "/nonexistent:@/bin/:@", "@/bin/prog");
-    row("prog", "/nonexistent", "./prog");
+    row("absolute, cleaned", "/opt/x/../svc/prog", "", "/opt/svc/prog");
+    row("relative", "@/bin/prog", "", "@/bin/prog");
+    row("relative, directory missing", "nowhere/prog", "", "./prog");
+    row("bare, first of two PATH entries holding it", "prog", "/nonexistent:@/bin/:@/other",
+        "@/bin/prog");
+    row("bare, in no PATH entry", "prog", "/nonexistent", "./prog");
 }
 
 void tst_ServiceBase::filePathSearchesPath()
@@ -90,8 +93,10 @@ void tst_ServiceBase::filePathSearchesPath()
     QFETCH(QString, expected);
 
     QTemporaryDir dir;
-    QVERIFY(QDir(dir.path()).mkpath(QStringLiteral("bin")));
-    QVERIFY(QFile(dir.filePath(QStringLiteral("bin/prog"))).open(QIODevice::WriteOnly));
+    for (const char *file : {"bin/prog", "other/prog"}) {
+        QVERIFY(QDir(dir.path()).mkpath(QFileInfo(file).path()));
+        QVERIFY(QFile(dir.filePath(file)).open(QIODevice::WriteOnly));
+    }
     program.replace('@', QDir::current().relativeFilePath(dir.path()));
     path.replace('@', dir.path());
     expected.replace('@', dir.path())
@@ -125,7 +130,9 @@ void tst_ServiceBase::commandProtocol_data()
         "true", {});
     row("unknown, other case, num alone", 0, {"Alive\r\nnum:\r\nstop\r\n"}, "falsefalsefalse", {});
     row("num reads a decimal or 0", 0, {"num:-12\r\nnum:abc\r\n"}, "truetrue", {"-12", "0"});
-    row("pause and resume refused", unstoppable, {"pause\r\nresume\r\n"}, "falsefalse", {});
+    row("pause and resume refused without flags", 0, {"pause\r\nresume\r\n"}, "falsefalse", {});
+    row("pause and resume refused to the unstoppable", unstoppable, {"pause\r\nresume\r\n"},
+        "falsefalse", {});
     row("pause and resume honoured", suspendable, {"pause\r\nresume\r\n"}, "truetrue",
         {"pause", "resume"});
     row("terminate", suspendable, {"terminate\r\n"}, "true", {"stop"});

@@ -3,10 +3,10 @@
 #include "service/QtServiceController.h"
 #include "service/QtServicePrivate.h"
 #include "service/QtUnixServerSocket.h"
+#include "service/helpers/ServicePlatform.h"
 
 #include <QtTest>
 
-#include <csignal>
 #include <cstdio>
 
 #include <sys/socket.h>
@@ -23,13 +23,6 @@ struct Outcome
     QByteArray out;
     QByteArray err;
 };
-
-bool processGone(qint64 pid)
-{
-    // A detached service is reparented; a zombie left unreaped counts as ended.
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    return !stat.open(QIODevice::ReadOnly) || stat.readAll().contains(") Z ");
-}
 
 } // namespace
 

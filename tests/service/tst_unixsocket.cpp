@@ -17,28 +17,33 @@ private slots:
 void tst_UnixSocket::listenOverWhatIsThere_data()
 {
     QTest::addColumn<QString>("inTheWay");
-    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("path"); // "+" pads the whole path to 106 bytes
+    QTest::addColumn<int>("fileLength"); // of the socket file made, when the path is cut
     QTest::addColumn<bool>("listening");
-    QTest::newRow("fresh path") << ""
-                                << "s" << true;
-    QTest::newRow("socket file of a server destroyed without close") << "socket"
-                                                                     << "s" << true;
-    QTest::newRow("regular file") << "file"
-                                  << "s" << true;
-    QTest::newRow("path with NUL: used up to it")
-            << "" << QStringLiteral("s") + QChar(0) + "tail" << true;
-    QTest::newRow("directory missing") << ""
-                                       << "missing/s" << false;
+    const auto row = [](const char *what, const char *inTheWay, const QString &path, int fileLength,
+                        bool listening) {
+        QTest::newRow(what) << inTheWay << path << fileLength << listening;
+    };
+    row("fresh path", "", "s", 0, true);
+    row("socket file of a server destroyed without close", "socket", "s", 0, true);
+    row("regular file", "file", "s", 0, true);
+    row("path with NUL: used up to it", "", QStringLiteral("s") + QChar(0) + "tail", 0, true);
+    row("path of 106 bytes: cut at 104", "", "s+", 104, true);
+    row("directory missing", "", "missing/s", 0, false);
 }
 
 void tst_UnixSocket::listenOverWhatIsThere()
 {
     QFETCH(QString, inTheWay);
     QFETCH(QString, path);
+    QFETCH(int, fileLength);
     QFETCH(bool, listening);
 
     QTemporaryDir dir;
-    const QString file = dir.filePath(QStringLiteral("s"));
+    path = dir.filePath(path);
+    if (path.endsWith('+'))
+        path = path.chopped(1).leftJustified(106, 'x');
+    const QString file = fileLength > 0 ? path.left(fileLength) : dir.filePath(QStringLiteral("s"));
     if (inTheWay == "socket")
         QVERIFY(QtUnixServerSocket(file).isListening());
     if (inTheWay == "file")
@@ -49,14 +54,16 @@ void tst_UnixSocket::listenOverWhatIsThere()
     QtUnixServerSocket server;
     if (!listening)
         server.setPath(dir.filePath(QStringLiteral("earlier")));
-    server.setPath(dir.filePath(path));
-    QCOMPARE(server.path, listening ? dir.filePath(path) : QString());
+    server.setPath(path);
+    QCOMPARE(server.path, listening ? path : QString());
+    QCOMPARE(QFileInfo::exists(file), listening);
     QtUnixSocket client;
-    QCOMPARE(client.connectTo(file), listening);
+    QCOMPARE(client.connectTo(path), listening);
     server.close();
     QVERIFY(!server.isListening());
     QVERIFY(server.path.isNull());
-    QVERIFY(!QFileInfo::exists(file));
+    // close() removes the whole path, so the file of a cut path stays.
+    QCOMPARE(QFileInfo::exists(file), fileLength > 0);
 }
 
 void tst_UnixSocket::connectToNobodyLeaksNothing_data()

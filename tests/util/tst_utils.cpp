@@ -1,7 +1,6 @@
 #include "util/Utils.h"
 
 #include <QDomDocument>
-#include <QRandomGenerator>
 #include <QtTest>
 
 #include <limits>
@@ -15,9 +14,7 @@ class tst_Utils : public QObject
 private slots:
     void base64_data();
     void base64();
-    void base64RandomRoundTrip();
-    void md5_data();
-    void md5();
+    void md5OfLatin1Bytes();
     void readChildEleText_data();
     void readChildEleText();
     void hostileInput_data();
@@ -33,12 +30,9 @@ void tst_Utils::base64_data()
     QTest::newRow("both unsafe characters")
             << QByteArray("\xFB\xFF\xBF") << QByteArray("-_-_") << true;
     QTest::newRow("fill kept") << QByteArray(1, '\0') << QByteArray("AA==") << true;
-    QTest::newRow("one fill character") << QByteArray("ab") << QByteArray("YWI=") << true;
     QTest::newRow("empty") << QByteArray() << QByteArray() << true;
-    QTest::newRow("decoded without fill") << QByteArray(1, '\0') << QByteArray("AA") << false;
     QTest::newRow("plain alphabet decoded")
             << QByteArray("\xFB\xFF\xBF") << QByteArray("+/+/") << false;
-    QTest::newRow("foreign characters skipped") << QByteArray("ab") << QByteArray("Y W*I") << false;
 }
 
 void tst_Utils::base64()
@@ -51,41 +45,10 @@ void tst_Utils::base64()
         QCOMPARE(Orvex::Utils::urlSafeBase64Encode(bytes), text);
 }
 
-void tst_Utils::base64RandomRoundTrip()
+void tst_Utils::md5OfLatin1Bytes()
 {
-    const quint32 seed = 20261121;
-    QRandomGenerator random(seed);
-    for (int length = 0; length < 200; ++length) {
-        QByteArray bytes(length, Qt::Uninitialized);
-        for (char &byte : bytes)
-            byte = char(random.bounded(256));
-        const QByteArray encoded = Orvex::Utils::urlSafeBase64Encode(bytes);
-        const QByteArray context =
-                "seed " + QByteArray::number(seed) + ", length " + QByteArray::number(length);
-        QVERIFY2(encoded.size() % 4 == 0 && !encoded.contains('+') && !encoded.contains('/'),
-                 context);
-        QVERIFY2(Orvex::Utils::urlSafeBase64Decode(encoded) == bytes, context);
-    }
-}
-
-void tst_Utils::md5_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("digest");
-    QTest::newRow("empty") << QString() << "d41d8cd98f00b204e9800998ecf8427e";
-    QTest::newRow("abc") << "abc"
-                         << "900150983cd24fb0d6963f7d28e17f72";
-    QTest::newRow("e acute as one byte")
-            << QString(QChar(0xE9)) << "3406877694691ddd1dfb0aca54681407";
-    QTest::newRow("outside Latin-1 becomes ?")
-            << QString(QChar(0x20AC)) << "d1457b72c3fb323a2671125aef3eab5d";
-}
-
-void tst_Utils::md5()
-{
-    QFETCH(QString, text);
-    QFETCH(QString, digest);
-    QCOMPARE(Orvex::Utils::toMD5String(text), digest);
+    QCOMPARE(Orvex::Utils::toMD5String(QString(QChar(0xE9))),
+             QStringLiteral("3406877694691ddd1dfb0aca54681407"));
 }
 
 void tst_Utils::readChildEleText_data()

@@ -4,7 +4,9 @@
 //   ORVEX_TEST_RECORD    file that receives one line per start() and per syslog call
 //   ORVEX_TEST_STAY      set: keep running after start() until ended by the test
 //   ORVEX_TEST_NO_APP    set: makeApplication() creates nothing
+#define ORVEX_CAPTURE_SYSLOG
 #include "service/QtServiceBase.h"
+#include "service/helpers/ServicePlatform.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -12,13 +14,7 @@
 #include <QSettings>
 #include <QThread>
 
-#include <cstdarg>
-#include <cstring>
-
 #include <sys/stat.h>
-#include <syslog.h>
-
-namespace {
 
 void record(const QByteArray &line)
 {
@@ -27,14 +23,7 @@ void record(const QByteArray &line)
         file.write(line + '\n');
 }
 
-void recordSyslog(int priority, const char *format, va_list arguments)
-{
-    // Anything but the fixed "%s" format is recorded as such, so a test sees it.
-    const QByteArray text = std::strcmp(format, "%s") == 0
-            ? QByteArray(va_arg(arguments, const char *))
-            : QByteArray("format ") + format;
-    record("syslog " + QByteArray::number(priority) + " " + text);
-}
+namespace {
 
 class TestService : public QtServiceBase
 {
@@ -71,39 +60,6 @@ protected:
 };
 
 } // namespace
-
-// syslog is captured at the process boundary: the library's calls resolve to these.
-extern "C" {
-
-void openlog(const char *ident, int option, int facility)
-{
-    record("openlog " + QByteArray(ident) + " " + QByteArray::number(option) + " "
-           + QByteArray::number(facility));
-}
-
-void syslog(int priority, const char *format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    recordSyslog(priority, format, arguments);
-    va_end(arguments);
-}
-
-// What a fortified build of the library calls instead of syslog().
-void __syslog_chk(int priority, int, const char *format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    recordSyslog(priority, format, arguments);
-    va_end(arguments);
-}
-
-void closelog()
-{
-    record("closelog");
-}
-
-} // extern "C"
 
 int main(int argc, char **argv)
 {
