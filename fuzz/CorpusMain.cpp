@@ -10,36 +10,24 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv) __attribute__((weak));
 
-namespace {
-
-void replay(const std::filesystem::path &file)
-{
-    std::ifstream in(file, std::ios::binary);
-    const std::vector<char> bytes((std::istreambuf_iterator<char>(in)),
-                                  std::istreambuf_iterator<char>());
-    LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size());
-}
-
-} // namespace
-
 int main(int argc, char *argv[])
 {
     if (LLVMFuzzerInitialize)
         LLVMFuzzerInitialize(&argc, &argv);
-    int replayed = 0;
+    std::vector<std::filesystem::path> files(argv + 1, argv + argc);
     for (int i = 1; i < argc; ++i) {
-        const std::filesystem::path path(argv[i]);
-        if (std::filesystem::is_directory(path)) {
-            for (const auto &entry : std::filesystem::recursive_directory_iterator(path)) {
-                if (entry.is_regular_file()) {
-                    replay(entry.path());
-                    ++replayed;
-                }
-            }
-        } else {
-            replay(path);
-            ++replayed;
-        }
+        if (std::filesystem::is_directory(argv[i]))
+            for (const auto &entry : std::filesystem::recursive_directory_iterator(argv[i]))
+                files.push_back(entry.path());
+    }
+    int replayed = 0;
+    for (const auto &file : files) {
+        if (!std::filesystem::is_regular_file(file))
+            continue;
+        std::ifstream in(file, std::ios::binary);
+        const std::vector<char> bytes((std::istreambuf_iterator<char>(in)), {});
+        LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size());
+        ++replayed;
     }
     std::printf("replayed %d inputs\n", replayed);
     return replayed > 0 ? 0 : 1;

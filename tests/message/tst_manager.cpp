@@ -171,7 +171,7 @@ void tst_Manager::failedExchangeRebuildsSingleton()
     // The singleton was deleted: the next one connects afresh and gets its own reply.
     peer.plan({{messageFrame("i5e")}});
     Orvex::Manager::getInstance();
-    QTRY_COMPARE_WITH_TIMEOUT(peer.requestConnections.load(), 2, 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(peer.requestConnections.load() >= 2, 10000);
     QCOMPARE(Orvex::Manager::getInstance()->send(Message("ping"), QVariant(1)), QVariant(5));
 }
 
@@ -199,10 +199,10 @@ void tst_Manager::hostileReplies_data()
     QTest::addColumn<QByteArray>("result"); // null: never returns
     const QByteArray megabyte(1 << 20, 'x');
     QTest::newRow("length no QByteArray can hold, then a stream")
-            << QList<QByteArray>{lengths(qint64(1) << 62, 0), megabyte, megabyte, megabyte} << false
-            << QByteArray("default");
+            << QList<QByteArray>{frameLengths(qint64(1) << 62, 0), megabyte, megabyte, megabyte}
+            << false << QByteArray("default");
     QTest::newRow("closed in the middle of a frame")
-            << QList<QByteArray>{lengths(1000, 1000) + "i4"} << true << QByteArray();
+            << QList<QByteArray>{frameLengths(1000, 1000) + "i4"} << true << QByteArray();
 }
 
 // The client runs in a child process, so that one that never returns can be watched and ended.

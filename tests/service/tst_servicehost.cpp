@@ -24,6 +24,23 @@ struct Outcome
     QByteArray err;
 };
 
+// Uninstalls the service in this process; the result and what it wrote to standard error.
+Outcome uninstall(const QString &name)
+{
+    QTemporaryFile file;
+    if (!file.open())
+        return {};
+    std::fflush(stderr);
+    const int saved = ::dup(STDERR_FILENO);
+    ::dup2(file.handle(), STDERR_FILENO);
+    const bool uninstalled = QtServiceController(name).uninstall();
+    std::fflush(stderr);
+    ::dup2(saved, STDERR_FILENO);
+    ::close(saved);
+    file.seek(0);
+    return {uninstalled ? 0 : 1, {}, file.readAll()};
+}
+
 } // namespace
 
 class tst_ServiceHost : public QObject
@@ -165,19 +182,10 @@ void tst_ServiceHost::uninstallWithUnwritableRegistry()
     QTemporaryDir other;
     QVERIFY(QDir(other.path()).mkpath(QStringLiteral("Pleiklukla.conf")));
     QSettings::setPath(QSettings::NativeFormat, QSettings::SystemScope, other.path());
-    QTemporaryFile file;
-    QVERIFY(file.open());
-    std::fflush(stderr);
-    const int saved = ::dup(STDERR_FILENO);
-    ::dup2(file.handle(), STDERR_FILENO);
-    const bool uninstalled = QtServiceController(name).uninstall();
-    std::fflush(stderr);
-    ::dup2(saved, STDERR_FILENO);
-    ::close(saved);
+    const Outcome outcome = uninstall(name);
     QSettings::setPath(QSettings::NativeFormat, QSettings::SystemScope, dir.filePath("registry"));
-    QVERIFY(!uninstalled);
-    QVERIFY(file.seek(0));
-    QCOMPARE(file.readAll(),
+    QCOMPARE(outcome.exitCode, 1);
+    QCOMPARE(outcome.err,
              "Cannot uninstall \"" + name.toLatin1() + "\". Cannot write to: "
                      + other.filePath(QStringLiteral("Pleiklukla.conf")).toLatin1()
                      + ". Check permissions.\n");
@@ -401,18 +409,9 @@ void tst_ServiceHost::hostileInput()
         QCOMPARE(outcome.exitCode, 255);
         written = outcome.err;
     } else if (operation == "uninstall") {
-        QTemporaryFile file;
-        QVERIFY(file.open());
-        std::fflush(stderr);
-        const int saved = ::dup(STDERR_FILENO);
-        ::dup2(file.handle(), STDERR_FILENO);
-        const bool uninstalled = controller.uninstall();
-        std::fflush(stderr);
-        ::dup2(saved, STDERR_FILENO);
-        ::close(saved);
-        QVERIFY(!uninstalled);
-        QVERIFY(file.seek(0));
-        written = file.readAll();
+        const Outcome outcome = uninstall(serviceName);
+        QCOMPARE(outcome.exitCode, 1);
+        written = outcome.err;
     } else if (operation == "read") {
         QVERIFY(!controller.isInstalled());
         QCOMPARE(controller.serviceFilePath(), QString());
