@@ -10,13 +10,14 @@
 #include <util/DomVisitor.h>
 #include <util/DomVisitor_p.h>
 
+#include "common/Check.h"
+
 #include <QDomDocument>
 #include <QXmlDefaultHandler>
 #include <QXmlSimpleReader>
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <vector>
 
 // Deliberate: the DOM parses with Qt's deprecated SAX reader, so only that reader shows what the
@@ -24,12 +25,6 @@
 QT_WARNING_DISABLE_DEPRECATED
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 // What the parser reaches: the deepest element nesting and the text it hands over, entities
 // expanded.
@@ -67,20 +62,21 @@ public:
 
     void onVisitStarted(const QDomElement &) override
     {
-        require(!started && !ended && errors == 0);
+        check(!started && !ended && errors == 0, "!started && !ended && errors == 0");
         started = true;
     }
     void onVisitEnded(VisitCmd result) override
     {
-        require(started && !ended);
-        require(result == (stopped ? Stop : Continue));
+        check(started && !ended, "started && !ended");
+        check(result == (stopped ? Stop : Continue), "result == (stopped ? Stop : Continue)");
         if (!stopped)
-            require(open.empty());
+            check(open.empty(), "open.empty()");
         ended = true;
     }
     VisitCmd onElement(const QDomElement &element) override
     {
-        require(started && !ended && !stopped && !element.isNull());
+        check(started && !ended && !stopped && !element.isNull(),
+              "started && !ended && !stopped && !element.isNull()");
         const VisitCmd command = next();
         if (command == Stop)
             stopped = true;
@@ -90,7 +86,8 @@ public:
     }
     VisitCmd onEndElement(const QDomElement &element) override
     {
-        require(started && !ended && !stopped && !open.empty() && open.back() == element);
+        check(started && !ended && !stopped && !open.empty() && open.back() == element,
+              "started && !ended && !stopped && !open.empty() && open.back() == element");
         open.pop_back();
         const VisitCmd command = next();
         stopped = command == Stop;
@@ -98,7 +95,8 @@ public:
     }
     void onError(const QString &message) override
     {
-        require(!started && errors == 0 && !message.isEmpty());
+        check(!started && errors == 0 && !message.isEmpty(),
+              "!started && errors == 0 && !message.isEmpty()");
         ++errors;
         error = message;
     }
@@ -132,15 +130,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     Checker checker(data[0]);
     const QString result = checker.visit(text);
     const QString refused = Orvex::DomGuard::refusal(text);
-    require(!result.isNull());
+    check(!result.isNull(), "!result.isNull()");
     if (result.isEmpty()) {
-        require(checker.started && checker.ended && checker.errors == 0);
+        check(checker.started && checker.ended && checker.errors == 0,
+              "checker.started && checker.ended && checker.errors == 0");
     } else {
-        require(!checker.started && checker.errors == 1 && checker.error == result);
+        check(!checker.started && checker.errors == 1 && checker.error == result,
+              "!checker.started && checker.errors == 1 && checker.error == result");
         if (result != refused) {
             QString message;
-            require(!QDomDocument().setContent(text, &message, nullptr, nullptr));
-            require(message == result);
+            check(!QDomDocument().setContent(text, &message, nullptr, nullptr),
+                  "!QDomDocument().setContent(text, &message, nullptr, nullptr)");
+            check(message == result, "message == result");
         }
     }
 
@@ -162,7 +163,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     QXmlInputSource source;
     source.setData(text);
     reader.parse(&source, false);
-    require(reached.deepest <= guard.depth);
-    require(reached.delivered <= guard.expandedSize);
+    check(reached.deepest <= guard.depth, "reached.deepest <= guard.depth");
+    check(reached.delivered <= guard.expandedSize, "reached.delivered <= guard.expandedSize");
     return 0;
 }
