@@ -4,6 +4,8 @@
 #include "bigint/BigInteger.h"
 #include "bigint/BigUnsigned.h"
 
+#include <QByteArray>
+#include <QMetaType>
 #include <QRandomGenerator>
 #include <QVector>
 #include <QtGlobal>
@@ -43,6 +45,33 @@ inline BigInteger fromI64(qint64 value)
 {
     quint64 magnitude = value < 0 ? 0 - quint64(value) : quint64(value);
     return BigInteger(fromU64(magnitude), value < 0 ? BigInteger::negative : BigInteger::positive);
+}
+
+// Failures print the blocks, least significant first, so that zero blocks on top show: "{0x5, 0x0}";
+// a signed value's sign comes first: "-{0x5}".
+inline QByteArray blocksText(const Blocks &blocks)
+{
+    QByteArray text = "{";
+    for (int i = 0; i < blocks.size(); i++)
+        text += (i ? ", 0x" : "0x") + QByteArray::number(blocks[i], 16);
+    return text + "}";
+}
+
+inline char *toString(const Blocks &blocks)
+{
+    return qstrdup(blocksText(blocks));
+}
+
+inline char *toString(const BigUnsigned &x)
+{
+    return qstrdup(blocksText(blocksOf(x)));
+}
+
+inline char *toString(const BigInteger &x)
+{
+    const int sign = x.getSign();
+    return qstrdup((sign < -1 || sign > 1 ? '?' : "-0+"[sign + 1])
+                   + blocksText(blocksOf(x.getMagnitude())));
 }
 
 inline bool isNormal(const BigUnsigned &x)
@@ -86,5 +115,8 @@ public:
 private:
     QRandomGenerator random;
 };
+
+Q_DECLARE_METATYPE(BigUnsigned)
+Q_DECLARE_METATYPE(BigInteger)
 
 #endif // ORVEX_TESTS_BIGINT_BIGINTTESTHELPERS_H
