@@ -17,7 +17,7 @@ void tst_BigIntGmp::randomPrograms()
 {
     QRandomGenerator random(testSeed(20240517));
     std::vector<quint32> program(150);
-    for (int i = 0; i < 400; i++) {
+    for (int i = 0; i < 1000; i++) {
         random.fillRange(program.data(), program.size());
         BigIntDifferential::run(reinterpret_cast<const std::uint8_t *>(program.data()),
                                 program.size() * sizeof(quint32));
