@@ -19,8 +19,8 @@
 #include "common/Check.h"
 #include "common/GmpValue.h"
 
+#include <climits>
 #include <cstdint>
-#include <cstring>
 #include <functional>
 #include <string>
 #include <type_traits>
@@ -77,9 +77,9 @@ inline int symbolValue(char c)
     return -1;
 }
 
-// What parsing `text` in `base` must throw (null when it parses), and the value when it parses:
+// What parsing `text` in `base` must throw (empty when it parses), and the value when it parses:
 // the base is checked first, then the symbols from the right.
-inline const char *parsed(const std::string &text, unsigned base, mpz_class &value)
+inline std::string parsed(const std::string &text, unsigned base, mpz_class &value)
 {
     if (base > 36)
         return "BigUnsignedInABase(std::string, Base): The default string conversion routines use "
@@ -96,7 +96,7 @@ inline const char *parsed(const std::string &text, unsigned base, mpz_class &val
     value = 0;
     for (char c : text)
         value = value * base + symbolValue(c);
-    return nullptr;
+    return "";
 }
 
 inline int signOf(int c)
@@ -148,6 +148,7 @@ private:
     {
         const mpz_class &x = was[a], &y = was[b];
         const bool isUnsigned = std::is_same<V, U>::value;
+        const std::string name = isUnsigned ? "BigUnsigned::" : "BigInteger::";
         mpz_class quotient, remainder = was[d];
         switch (op) {
         case 0:
@@ -164,7 +165,11 @@ private:
         case 3: {
             // Quotient into r[q], remainder into r[d]; the divisor may be either. By zero: the
             // quotient 0, the dividend kept.
-            const unsigned q = (d + 1 + form % 3) % 4;
+            const unsigned q = (d + form % 4) % 4;
+            if (q == d)
+                throws = name
+                        + "divideWithRemainder: Cannot write quotient and remainder into the "
+                          "same variable";
             if (y != 0)
                 mpz_fdiv_qr(quotient.get_mpz_t(), remainder.get_mpz_t(), was[d].get_mpz_t(),
                             y.get_mpz_t());
@@ -174,8 +179,11 @@ private:
         }
         case 4:
             if (y == 0)
-                return;
-            mpz_fdiv_qr(quotient.get_mpz_t(), remainder.get_mpz_t(), x.get_mpz_t(), y.get_mpz_t());
+                throws = name + "operator " + (form & 4 ? "/" : "%")
+                        + (form & 8 && d == a ? "=" : "") + ": division by zero";
+            else
+                mpz_fdiv_qr(quotient.get_mpz_t(), remainder.get_mpz_t(), x.get_mpz_t(),
+                            y.get_mpz_t());
             if (form & 8 && d == a)
                 form & 4 ? r[d] /= r[b] : r[d] %= r[b];
             else
@@ -183,7 +191,7 @@ private:
             return expect(r[d], form & 4 ? quotient : remainder, "division operator");
         default:
             if (isUnsigned && form & 1 && was[d] == 0)
-                return;
+                throws = "BigUnsigned::operator --(): Cannot decrement an unsigned zero";
             if (form & 1)
                 form & 2 ? --r[d] : (r[d]--, r[d]);
             else
@@ -200,7 +208,7 @@ private:
     mpz_class before[8];
     bool written[8];
     unsigned d = 0, a = 0, b = 0, form = 0;
-    const char *throws = nullptr; // the text the step must throw
+    std::string throws; // the text the step must throw
 };
 
 inline void Machine::step(Bytes &in)
@@ -217,7 +225,7 @@ inline void Machine::step(Bytes &in)
         before[4 + i] = toGmp(s[i]);
         written[i] = written[4 + i] = false;
     }
-    throws = nullptr;
+    throws.clear();
     try {
         if (op < 6)
             arithmetic(u, before, op);
@@ -229,10 +237,10 @@ inline void Machine::step(Bytes &in)
             textStep(op - 21, in);
         else
             numberTheoryStep(op - 26);
-        check(!throws, "nothing thrown");
+        check(throws.empty(), "nothing thrown");
     } catch (const char *text) {
         // What the receiver holds after a throw is the tables' business: it starts afresh.
-        check(throws && std::strcmp(text, throws) == 0, text);
+        check(throws == text, text);
         u[d] = U(), s[d] = I();
         written[d] = written[4 + d] = true;
     }
@@ -249,9 +257,20 @@ inline void Machine::unsignedStep(unsigned op, Bytes &in)
         written[d] = true;
         break;
     case 1: {
+        // Now and then a sign the checking constructors refuse; the block form gets a zero block
+        // on top to drop.
         const U magnitude = operand(in);
-        s[d] = I(magnitude, form & 1 ? I::negative : I::positive);
-        written[4 + d] = true;
+        const int sign = form & 0x40 ? int(form % 5) - 2 : (form & 1 ? -1 : 1);
+        const std::string name = form & 8 ? "BigInteger::BigInteger(const Blk *, Index, Sign): "
+                                          : "BigInteger::BigInteger(const BigUnsigned &, Sign): ";
+        if (sign < -1 || sign > 1)
+            throws = name + "Invalid sign";
+        else if (sign == 0 && !magnitude.isZero())
+            throws = name + "Cannot use a sign of zero with a nonzero magnitude";
+        const Blocks blocks = blocksOf(magnitude) << 0;
+        s[d] = form & 8 ? I(blocks.constData(), I::Index(blocks.size()), I::Sign(sign))
+                        : I(magnitude, I::Sign(sign));
+        expect(s[d], sign < 0 ? mpz_class(-toGmp(magnitude)) : toGmp(magnitude), "sign checked");
         break;
     }
     case 2: {
@@ -276,8 +295,11 @@ inline void Machine::unsignedStep(unsigned op, Bytes &in)
         expect(u[d], x ^ y, "xor");
         break;
     case 6: {
-        const int n = int(in.pair() % 1600) - 300;
+        const int n = form >= 0xF8 ? INT_MIN : int(in.pair() % 1600) - 300;
         const bool left = form & 1;
+        if (n == INT_MIN)
+            throws = std::string("BigUnsigned::bitShift") + (left ? "Left" : "Right")
+                    + ": Pathological shift amount not implemented";
         if (form & 2)
             left ? u[d].bitShiftLeft(u[a], n) : u[d].bitShiftRight(u[a], n);
         else if (form & 4 && d == a)
@@ -404,12 +426,12 @@ inline void Machine::numberTheoryStep(unsigned op)
     case 2: {
         // A 64-bit exponent at most; exponent 0 gives 1 unreduced, also modulo 1.
         if (y == 0)
-            break;
+            throws = "BigInteger::operator %: division by zero";
         U exponent(u[(a + b) % 4].blockAt(0));
         exponent.setBlock(1, u[(a + b) % 4].blockAt(1));
         const mpz_class e = toGmp(exponent);
         mpz_class expected = 1;
-        if (e != 0)
+        if (e != 0 && y != 0)
             mpz_powm(expected.get_mpz_t(), sx.get_mpz_t(), e.get_mpz_t(), y.get_mpz_t());
         u[d] = modexp(s[a], exponent, u[b]);
         expect(u[d], expected, "modexp");
@@ -422,11 +444,12 @@ inline void Machine::numberTheoryStep(unsigned op)
         break;
     }
     default: {
-        // GMP calls everything invertible modulo 1, and so does modinv, giving 0.
-        if (y == 0)
-            break;
+        // GMP calls everything invertible modulo 1, and so does modinv, giving 0. Modulo 0 only
+        // 1 has g = 1, and then the remainder by 0 throws.
         mpz_class inverse;
-        if (mpz_invert(inverse.get_mpz_t(), sx.get_mpz_t(), y.get_mpz_t()) == 0)
+        if (y == 0 && sx == 1)
+            throws = "BigInteger::operator %: division by zero";
+        else if (y == 0 || mpz_invert(inverse.get_mpz_t(), sx.get_mpz_t(), y.get_mpz_t()) == 0)
             throws = "BigInteger modinv: x and n have a common factor";
         u[d] = modinv(s[a], u[b]);
         expect(u[d], inverse, "modinv");

@@ -53,9 +53,6 @@ private slots:
     void operations();
     void bothWays_data();
     void bothWays();
-    void shifts_data();
-    void shifts();
-    void storage();
     void exhaustiveAgainstNative();
 };
 
@@ -96,6 +93,7 @@ void tst_BigUnsigned::conversions()
     QFETCH(Blocks, blocks);
 
     QCOMPARE(blocksOf(x), blocks);
+    QCOMPARE(int(B(x).getCapacity()), blocks.size()); // a copy takes the length, not the capacity
     const QByteArrayList got = {outcome(x, &B::toUnsignedLong),  outcome(x, &B::toUnsignedInt),
                                 outcome(x, &B::toUnsignedShort), outcome(x, &B::toLong),
                                 outcome(x, &B::toInt),           outcome(x, &B::toShort)};
@@ -121,11 +119,9 @@ void tst_BigUnsigned::operations_data()
     // Blocks and bits: storage grows to exactly the length asked, a zero on top is trimmed.
     row("setBlock: zero into the top", fromBlocks({1, 0, 5}), "setBlock", none, none, 2, {}, {1},
         {}, 3);
-    row("setBlock: zero past the end", B(1), "setBlock", none, none, 7, {}, {1}, {}, 1);
     row("setBlock: past the end", B(1), "setBlock", none, B(9), 3, {}, {1, 0, 0, 9}, {}, 4);
     row("setBit: clearing the top bit", fromBlocks({5, 0, 0, 1}), "setBit", none, none, 96, {}, {5},
         {}, 4);
-    row("setBit: bit 100 of zero", B(), "setBit", none, B(1), 100, {}, {0, 0, 0, 16}, {}, 4);
     // Hostile indices: a value whose bit length would not fit an Index is refused untouched.
     row("setBlock: index 2^32 - 1", B(1), "setBlock", none, B(1), allOnes, setBlockText, {1}, {},
         1);
@@ -134,10 +130,12 @@ void tst_BigUnsigned::operations_data()
     row("setBit: bit 2^32 - 1", B(1), "setBit", none, B(1), allOnes,
         "BigUnsigned::setBit: Bit index too high for the bit length to fit an Index", {1}, {}, 1);
     row("setBit: clearing bit 2^32 - 1", B(1), "setBit", none, none, allOnes, {}, {1}, {}, 1);
-    row("left by the most negative int", B(5), "<<=", none, none, INT_MIN,
-        "BigUnsigned::bitShiftLeft: Pathological shift amount not implemented", {5}, {}, 1);
-    row("right by the most negative int", B(5), "bitShiftRight", B(5), none, INT_MIN,
-        "BigUnsigned::bitShiftRight: Pathological shift amount not implemented", {5}, {}, 1);
+    // Shifts: only one top block is dropped, so zero shifted left keeps zero blocks.
+    row("zero left by 64", B(), "<<", B(), none, 64, {}, {0, 0}, {}, 3);
+    row("zero left by 40", B(), "<<", B(), none, 40, {}, {0}, {}, 2);
+    row("one left by 64", B(), "<<", B(1), none, 64, {}, {0, 0, 1}, {}, 4);
+    row("right by the most positive int", B(), "<<", fromBlocks({allOnes, allOnes}), none, -INT_MAX,
+        {}, {}, {}, 0);
     // Subtract leaves the receiver zero when the borrow runs off the top, untouched when the
     // length test fails first or the receiver is an operand.
     row("3 - 5", fromBlocks({9, 9}), "subtract", B(3), B(5), 0, negativeResult, {}, {}, 2);
@@ -145,22 +143,7 @@ void tst_BigUnsigned::operations_data()
         fromBlocks({1, 4}), 0, negativeResult, {}, {}, 2);
     row("shorter minus longer", fromBlocks({9, 9}), "subtract", B(3), fromBlocks({0, 1}), 0,
         negativeResult, {9, 9}, {}, 2);
-    row("x.subtract(x, 5)", B(3), "x.subtract(x, b)", none, B(5), 0, negativeResult, {3}, {}, 1);
     row("3 -= 4", B(3), "-=", none, B(4), 0, negativeResult, {3}, {}, 1);
-    row("-- of zero", B(), "--", none, none, 0,
-        "BigUnsigned::operator --(): Cannot decrement an unsigned zero", {}, {}, 0);
-    row("++ of 2^32 - 1", B(allOnes), "++", none, none, 0, {}, {0, 1}, {}, 2);
-    row("-- of 2^32", fromBlocks({0, 1}), "--", none, none, 0, {}, {allOnes}, {}, 2);
-    // Division: a zero divisor is no error in divideWithRemainder, only in the operators.
-    row("by zero", fromBlocks({7, 1}), "divide", none, none, 0, {}, {7, 1}, {}, 2);
-    for (const char *op : {"/", "%", "/=", "%="}) {
-        row(op, B(5), op, none, none, 0,
-            "BigUnsigned::operator " + QByteArray(op) + ": division by zero", {5}, {}, 1);
-    }
-    row("quotient into the receiver", B(7), "divide into x", none, B(2), 0,
-        "BigUnsigned::divideWithRemainder: Cannot write quotient and remainder into the same "
-        "variable",
-        {7}, {}, 1);
     row("guard block and quotient room", fromBlocks({1, 2, 3}), "divide", none, B(7), 0, {}, {1},
         {0, 0x6DB6DB6E}, 4);
     // Capacities: exactly what is asked, kept when large enough, never shrunk.
@@ -194,36 +177,18 @@ void tst_BigUnsigned::operations()
             x.setBlock(B::Index(n), b.toUnsignedInt());
         else if (op == "setBit")
             x.setBit(B::Index(n), !b.isZero());
-        else if (op == "<<=")
-            x <<= int(n);
-        else if (op == "bitShiftRight")
-            x.bitShiftRight(a, int(n));
+        else if (op == "<<")
+            x.bitShiftLeft(a, int(n));
         else if (op == "subtract")
             x.subtract(a, b);
-        else if (op == "x.subtract(x, b)")
-            x.subtract(x, b);
         else if (op == "-=")
             x -= b;
         else if (op == "multiply")
             x.multiply(a, b);
         else if (op == "=")
             x = a;
-        else if (op == "++")
-            ++x;
-        else if (op == "--")
-            x--;
         else if (op == "divide")
             x.divideWithRemainder(b, y);
-        else if (op == "divide into x")
-            x.divideWithRemainder(b, x);
-        else if (op == "/")
-            y = x / b;
-        else if (op == "%")
-            y = x % b;
-        else if (op == "/=")
-            x /= b;
-        else if (op == "%=")
-            x %= b;
         else
             QFAIL("unknown operation");
     });
@@ -272,62 +237,9 @@ void tst_BigUnsigned::bothWays()
     QCOMPARE(product % b, B());
     QCOMPARE((product + a - B(1)) / a, b);
     QCOMPARE((product + b - B(1)) % b, b - B(1));
-    // The receiver as an operand.
     B x = a;
-    x.add(x, b);
+    x.add(x, b); // the receiver as an operand
     QCOMPARE(x, sum);
-    x.subtract(x, b);
-    QCOMPARE(x, a);
-    x.multiply(x, b);
-    QCOMPARE(x, product);
-    x.subtract(sum, x = b);
-    QCOMPARE(x, a);
-}
-
-void tst_BigUnsigned::shifts_data()
-{
-    QTest::addColumn<BigUnsigned>("a");
-    QTest::addColumn<int>("n");
-    QTest::addColumn<Blocks>("shifted"); // a << n
-
-    // Only one top block is dropped, so zero shifted left keeps zero blocks.
-    QTest::newRow("zero left by 64") << B() << 64 << Blocks{0, 0};
-    QTest::newRow("zero left by 40") << B() << 40 << Blocks{0};
-    QTest::newRow("one left by 64") << B(1) << 64 << Blocks{0, 0, 1};
-    QTest::newRow("by 31") << B(0x80000001u) << 31 << Blocks{0x80000000u, 0x40000000u};
-    QTest::newRow("across a block border")
-            << fromBlocks({allOnes, 1}) << 4 << Blocks{0xFFFFFFF0u, 0x1F};
-    QTest::newRow("by 0") << fromBlocks({5, 6}) << 0 << Blocks{5, 6};
-    QTest::newRow("right by 1 across a border") << fromBlocks({0, 1}) << -1 << Blocks{0x80000000u};
-    QTest::newRow("right by 33") << fromBlocks({0, 4}) << -33 << Blocks{2};
-    QTest::newRow("right by the most positive int")
-            << fromBlocks({allOnes, allOnes}) << -INT_MAX << Blocks{};
-}
-
-void tst_BigUnsigned::shifts()
-{
-    QFETCH(BigUnsigned, a);
-    QFETCH(int, n);
-    QFETCH(Blocks, shifted);
-
-    QCOMPARE(blocksOf(a << n), shifted);
-    QCOMPARE(blocksOf(a >> -n), shifted);
-    B x = a;
-    x.bitShiftLeft(x, n);
-    QCOMPARE(blocksOf(x), shifted);
-    if (n >= 0)
-        QCOMPARE(fromBlocks(shifted) >> n, a);
-}
-
-void tst_BigUnsigned::storage()
-{
-    const quint32 raw[] = {7, 0, 9, 0, 0};
-    const B trimmed(raw, 5), copy(trimmed);
-    QCOMPARE(trimmed.getCapacity(), 5u);
-    QCOMPARE(blocksOf(trimmed), Blocks({7, 0, 9}));
-    QCOMPARE(copy.getCapacity(), 3u); // the source's length, not its capacity
-    QCOMPARE(B(raw + 1, 1).getCapacity(), 1u);
-    QVERIFY(B(1ul << 32) > B());
 }
 
 void tst_BigUnsigned::exhaustiveAgainstNative()

@@ -5,6 +5,16 @@
 
 #include <QtTest>
 
+namespace {
+
+void row(const char *name, const char *function, const BigInteger &x, const BigUnsigned &y,
+         const BigUnsigned &modulus, const BigUnsigned &result, const QByteArray &thrown = {})
+{
+    QTest::newRow(name) << QByteArray(function) << x << y << modulus << result << thrown;
+}
+
+} // namespace
+
 class tst_NumberTheory : public QObject
 {
     Q_OBJECT
@@ -27,42 +37,22 @@ void tst_NumberTheory::functions_data()
 
     const QByteArray commonFactor = "BigInteger modinv: x and n have a common factor";
     const QByteArray modulusZero = "BigInteger::operator %: division by zero";
-    const BigUnsigned none;
-    QTest::newRow("gcd(12, 18)") << QByteArray("gcd") << BigInteger(12) << BigUnsigned(18) << none
-                                 << BigUnsigned(6) << QByteArray();
-    QTest::newRow("gcd(7, 0)") << QByteArray("gcd") << BigInteger(7) << none << none
-                               << BigUnsigned(7) << QByteArray();
-    QTest::newRow("gcd(0, 0)") << QByteArray("gcd") << BigInteger() << none << none << none
-                               << QByteArray();
-    QTest::newRow("modinv(3, 7)") << QByteArray("modinv") << BigInteger(3) << BigUnsigned(7) << none
-                                  << BigUnsigned(5) << QByteArray();
-    QTest::newRow("modinv(-1, 5)") << QByteArray("modinv") << BigInteger(-1) << BigUnsigned(5)
-                                   << none << BigUnsigned(4) << QByteArray();
-    QTest::newRow("modinv(5, 1)") << QByteArray("modinv") << BigInteger(5) << BigUnsigned(1) << none
-                                  << none << QByteArray();
-    QTest::newRow("modinv(2, 4)") << QByteArray("modinv") << BigInteger(2) << BigUnsigned(4) << none
-                                  << none << commonFactor;
-    QTest::newRow("modinv(-1, 0): g is -1")
-            << QByteArray("modinv") << BigInteger(-1) << none << none << none << commonFactor;
-    QTest::newRow("modinv(1, 0)") << QByteArray("modinv") << BigInteger(1) << none << none << none
-                                  << modulusZero;
-    QTest::newRow("modexp(4, 13, 497)") << QByteArray("modexp") << BigInteger(4) << BigUnsigned(13)
-                                        << BigUnsigned(497) << BigUnsigned(445) << QByteArray();
-    QTest::newRow("modexp(-2, 3, 5): the base reduced first")
-            << QByteArray("modexp") << BigInteger(-2) << BigUnsigned(3) << BigUnsigned(5)
-            << BigUnsigned(2) << QByteArray();
-    QTest::newRow("modexp(7, 0, 1): 1, unreduced")
-            << QByteArray("modexp") << BigInteger(7) << none << BigUnsigned(1) << BigUnsigned(1)
-            << QByteArray();
-    QTest::newRow("modexp(3, 5, 0)") << QByteArray("modexp") << BigInteger(3) << BigUnsigned(5)
-                                     << none << none << modulusZero;
-    QTest::newRow("exp(-3, 3): the sign dropped")
-            << QByteArray("exp") << BigInteger(-3) << BigUnsigned(3) << none << BigUnsigned(27)
-            << QByteArray();
-    QTest::newRow("exp(0, 0)") << QByteArray("exp") << BigInteger() << none << none
-                               << BigUnsigned(1) << QByteArray();
-    QTest::newRow("exp(2, 100)") << QByteArray("exp") << BigInteger(2) << BigUnsigned(100) << none
-                                 << fromBlocks({0, 0, 0, 16}) << QByteArray();
+    row("gcd(12, 18)", "gcd", 12, 18, 0, 6);
+    row("gcd(7, 0)", "gcd", 7, 0, 0, 7);
+    row("gcd(0, 0)", "gcd", 0, 0, 0, 0);
+    row("modinv(3, 7)", "modinv", 3, 7, 0, 5);
+    row("modinv(-1, 5)", "modinv", -1, 5, 0, 4);
+    row("modinv(5, 1)", "modinv", 5, 1, 0, 0);
+    row("modinv(2, 4)", "modinv", 2, 4, 0, 0, commonFactor);
+    row("modinv(-1, 0): g is -1", "modinv", -1, 0, 0, 0, commonFactor);
+    row("modinv(1, 0)", "modinv", 1, 0, 0, 0, modulusZero);
+    row("modexp(4, 13, 497)", "modexp", 4, 13, 497, 445);
+    row("modexp(-2, 3, 5): the base reduced first", "modexp", -2, 3, 5, 2);
+    row("modexp(7, 0, 1): 1, unreduced", "modexp", 7, 0, 1, 1);
+    row("modexp(3, 5, 0)", "modexp", 3, 5, 0, 0, modulusZero);
+    row("exp(-3, 3): the sign dropped", "exp", -3, 3, 0, 27);
+    row("exp(0, 0)", "exp", 0, 0, 0, 1);
+    row("exp(2, 100)", "exp", 2, 100, 0, fromBlocks({0, 0, 0, 16}));
 }
 
 void tst_NumberTheory::functions()
