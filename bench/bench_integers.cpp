@@ -7,7 +7,9 @@
 #include "RatioReporter.h"
 
 #include <bigint/BigInt.h>
+#include <bigint/BigUnsignedInABase_p.h>
 #include <bigint/FastPaths_p.h>
+#include <bigint/NumberTheory_p.h>
 
 #include <boost/multiprecision/cpp_int.hpp>
 #include <gmp.h>
@@ -282,7 +284,7 @@ void gcdOrvex(benchmark::State &state)
     const unsigned n = unsigned(state.range(0));
     const BigUnsigned a = toOrvex(randomBlocks(n, 8)), b = toOrvex(randomBlocks(n, 9));
     for (auto _ : state)
-        benchmark::DoNotOptimize(gcd(a, b));
+        benchmark::DoNotOptimize(reference ? GcdPaths::gcdByRemainders(a, b) : gcd(a, b));
 }
 
 void gcdGmp(benchmark::State &state)
@@ -305,12 +307,30 @@ void gcdBoost(benchmark::State &state)
     }
 }
 
+// The reference conversions, one digit per division and one Horner step per digit, to text
+// and back as the public functions do it.
+std::string referenceToText(const BigUnsigned &x)
+{
+    std::vector<BigUnsignedInABase::Digit> digits(x.getLength() * 10 + 1);
+    const BigUnsigned::Index count = BaseConversion::digitsByDivision(x, 10, digits.data());
+    return std::string(BigUnsignedInABase(digits.data(), count, 10));
+}
+
+BigUnsigned referenceFromText(const std::string &text)
+{
+    const BigUnsignedInABase parsed(text, 10);
+    std::vector<BigUnsignedInABase::Digit> digits(parsed.getLength());
+    for (BigUnsignedInABase::Index i = 0; i < parsed.getLength(); i++)
+        digits[i] = parsed.blockAt(i);
+    return BaseConversion::valueByHorner(digits.data(), parsed.getLength(), 10);
+}
+
 // totext: an n-bit value to decimal text.
 void toTextOrvex(benchmark::State &state)
 {
     const BigUnsigned x = toOrvex(randomBlocks(unsigned(state.range(0)), 10));
     for (auto _ : state)
-        benchmark::DoNotOptimize(bigUnsignedToString(x));
+        benchmark::DoNotOptimize(reference ? referenceToText(x) : bigUnsignedToString(x));
 }
 
 void toTextGmp(benchmark::State &state)
@@ -338,7 +358,7 @@ void fromTextOrvex(benchmark::State &state)
 {
     const std::string text = decimalText(unsigned(state.range(0)));
     for (auto _ : state)
-        benchmark::DoNotOptimize(stringToBigUnsigned(text));
+        benchmark::DoNotOptimize(reference ? referenceFromText(text) : stringToBigUnsigned(text));
 }
 
 void fromTextGmp(benchmark::State &state)
@@ -358,6 +378,36 @@ void fromTextBoost(benchmark::State &state)
         BoostInt x(text);
         benchmark::DoNotOptimize(x);
     }
+}
+
+// Calibration of the text and gcd thresholds (--benchmark_filter=calibrate): the fast routines
+// at sizes (bits) around each threshold, with the threshold (blocks or chunks) set to each value.
+void calibrateToText(benchmark::State &state)
+{
+    const BigUnsigned x = toOrvex(randomBlocks(unsigned(state.range(0)), 10));
+    std::vector<BigUnsignedInABase::Digit> digits(x.getLength() * 10 + 1);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(BaseConversion::digitsFast(x, 10, digits.data(),
+                                                            BigUnsigned::Index(state.range(1))));
+}
+
+void calibrateFromText(benchmark::State &state)
+{
+    const BigUnsignedInABase digits(decimalText(unsigned(state.range(0))), 10);
+    std::vector<BigUnsignedInABase::Digit> d;
+    for (BigUnsignedInABase::Index i = 0; i < digits.getLength(); i++)
+        d.push_back(digits.blockAt(i));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(BaseConversion::valueFast(d.data(), BigUnsigned::Index(d.size()),
+                                                           10, BigUnsigned::Index(state.range(1))));
+}
+
+void calibrateGcd(benchmark::State &state)
+{
+    const unsigned n = unsigned(state.range(0));
+    const BigUnsigned a = toOrvex(randomBlocks(n, 8)), b = toOrvex(randomBlocks(n, 9));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(GcdPaths::gcdLehmer(a, b, BigUnsigned::Index(state.range(1))));
 }
 
 void operandSizes(benchmark::internal::Benchmark *benchmark)
@@ -387,13 +437,26 @@ ORVEX_INTEGER_CASE("modexp", modexp, modexpSizes);
 ORVEX_INTEGER_CASE("gcd", gcd, operandSizes);
 ORVEX_INTEGER_CASE("totext", toText, operandSizes);
 ORVEX_INTEGER_CASE("fromtext", fromText, operandSizes);
+// A million decimal digits; Boost's quadratic conversions would take a minute.
+BENCHMARK(toTextOrvex)->Name("totext/orvex")->Arg(3321929)->Unit(benchmark::kMillisecond);
+BENCHMARK(toTextGmp)->Name("totext/gmp")->Arg(3321929)->Unit(benchmark::kMillisecond);
+BENCHMARK(fromTextOrvex)->Name("fromtext/orvex")->Arg(3321929)->Unit(benchmark::kMillisecond);
+BENCHMARK(fromTextGmp)->Name("fromtext/gmp")->Arg(3321929)->Unit(benchmark::kMillisecond);
+
+BENCHMARK(calibrateToText)
+        ->Name("calibrate-totext")
+        ->ArgsProduct({{4096, 16384, 65536, 262144}, {16, 64, 256, 1024, 4096}});
+BENCHMARK(calibrateFromText)
+        ->Name("calibrate-fromtext")
+        ->ArgsProduct({{32768, 65536, 131072, 262144}, {256, 512, 1024, 2048, 4096}});
+BENCHMARK(calibrateGcd)
+        ->Name("calibrate-gcd")
+        ->ArgsProduct({{64, 96, 128, 192, 256}, {1, 2, 4, 8, 16}});
 
 int main(int argc, char **argv)
 {
     const char *referenceRun = std::getenv("ORVEX_BENCH_REFERENCE");
     reference = referenceRun && std::string(referenceRun) == "1";
-    if (reference)
-        BigIntFastPaths::enabled = false; // the text conversions and gcd
     const char *calibration = std::getenv("ORVEX_BENCH_CALIBRATE");
     const bool calibrating = calibration && std::string(calibration) == "1";
     if (calibrating)

@@ -12,8 +12,6 @@ using namespace BlockOps;
 using LimbOps::Limb;
 using LimbOps::limbsFor;
 
-std::atomic<bool> BigIntFastPaths::enabled{true};
-
 namespace {
 
 // Thrown texts used at several sites
@@ -72,77 +70,7 @@ X convertToSignedPrimitive(const BigUnsigned &x)
     throw "BigUnsigned::to(Primitive): Value is too big to fit in the requested type";
 }
 
-// Text conversion on limbs
-
-// The largest power of the base that fits a limb, and its exponent.
-struct LimbChunk
-{
-    Limb power = 1;
-    unsigned digits = 0;
-
-    explicit LimbChunk(unsigned base)
-    {
-        while (power <= Limb(~Limb(0)) / base) {
-            power *= base;
-            digits++;
-        }
-    }
-};
-
 } // namespace
-
-BigUnsigned::Index BigIntFastPaths::digitsOf(const BigUnsigned &x, unsigned base,
-                                             unsigned short *digits)
-{
-    const Index blockCount = x.getLength();
-    Index n = limbsFor(blockCount);
-    LimbBuffer buffer(n);
-    Limb *w = buffer.get();
-    for (Index i = 0; i < n; i++)
-        w[i] = 0;
-    std::unique_ptr<Blk[]> copy(new Blk[blockCount]);
-    for (Index i = 0; i < blockCount; i++)
-        copy[i] = x.blockAt(i);
-    LimbOps::blocksToLimbs(w, copy.get(), blockCount);
-
-    const LimbChunk chunk(base);
-    const LimbOps::SingleDivisor divisor(chunk.power);
-    Index count = 0;
-    while (n > 0) {
-        Limb part = divisor.divide(w, w, n);
-        while (n > 0 && w[n - 1] == 0)
-            n--;
-        for (unsigned j = 0; j < chunk.digits && (n > 0 || part != 0); j++) {
-            digits[count++] = static_cast<unsigned short>(part % base);
-            part /= base;
-        }
-    }
-    return count;
-}
-
-BigUnsigned BigIntFastPaths::valueOf(const unsigned short *digits, Index count, unsigned base)
-{
-    const LimbChunk chunk(base);
-    // Every digit adds at most 16 bits.
-    LimbBuffer buffer(limbsFor(Index((16ul * count + bitsPerBlock - 1) / bitsPerBlock)) + 1);
-    Limb *w = buffer.get();
-    Index n = 0;
-    for (Index i = count; i > 0;) {
-        const unsigned take = i < chunk.digits ? unsigned(i) : chunk.digits;
-        Limb part = 0, power = 1;
-        for (unsigned j = 0; j < take; j++, i--) {
-            part = part * base + digits[i - 1];
-            power *= base;
-        }
-        const Limb carry = LimbOps::multiplyBySingleAdd(w, n, power, part);
-        if (carry != 0)
-            w[n++] = carry;
-    }
-    const Index blockCount = Index(sizeof(Limb) / sizeof(Blk)) * n;
-    std::unique_ptr<Blk[]> blocks(new Blk[blockCount + 1]);
-    LimbOps::limbsToBlocks(blocks.get(), w, blockCount);
-    return BigUnsigned(blocks.get(), blockCount);
-}
 
 void BigUnsigned::holdOneBlock(Blk b)
 {

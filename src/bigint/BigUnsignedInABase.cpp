@@ -1,8 +1,15 @@
 #include "bigint/BigUnsignedInABase.h"
 
+#include "bigint/BigUnsignedInABase_p.h"
 #include "bigint/FastPaths_p.h"
+#include "bigint/LimbOps_p.h"
 
 #include <cassert>
+#include <memory>
+#include <vector>
+
+using namespace LimbOps;
+using BaseConversion::Digit;
 
 namespace {
 
@@ -23,33 +30,280 @@ int symbolValue(char symbol)
     return -1;
 }
 
-using Blk = BigUnsigned::Blk;
+bool isNormal(const BigUnsigned &x)
+{
+    return x.getLength() == 0 || x.blockAt(x.getLength() - 1) != 0;
+}
 
-// The largest power of the base that fits a block, and its exponent: the digits a block holds.
+// words[0..limbsFor(x's length)) = x.
+void wordsOf(const BigUnsigned &x, Limb *words)
+{
+    const Index n = x.getLength();
+    for (Index i = 0; i < limbsFor(n); i++) {
+        Limb w = 0;
+        for (Index j = blocksPerLimb; j > 0; j--)
+            w = (blocksPerLimb > 1 ? w << (bitsPerLimb / blocksPerLimb) : 0)
+                    | x.blockAt(i * blocksPerLimb + j - 1);
+        words[i] = w;
+    }
+}
+
+// The number of the words, with `extraCapacity` blocks of room beyond its length.
+BigUnsigned fromWords(const Limb *words, Index n, Index extraCapacity = 0)
+{
+    Index length = n * blocksPerLimb;
+    constexpr Index localSize = 64;
+    Blk local[localSize];
+    std::unique_ptr<Blk[]> heap;
+    Blk *blocks = length + extraCapacity <= localSize ? local : new Blk[length + extraCapacity];
+    if (blocks != local)
+        heap.reset(blocks);
+    limbsToBlocks(blocks, words, length);
+    while (length > 0 && blocks[length - 1] == 0)
+        length--;
+    for (Index i = length; i < length + extraCapacity; i++)
+        blocks[i] = 0;
+    return BigUnsigned(blocks, length + extraCapacity);
+}
+
+// The digits a word holds: the largest power of the base that fits a word, and its exponent.
 struct Chunk
 {
-    unsigned long power = 1;
+    Limb power = 1;
     unsigned digits = 0;
 
-    // Bases 0 and 1 (left by the string constructor) give a chunk of no digits.
     explicit Chunk(unsigned base)
     {
-        while (base > 1 && power * base <= 0xFFFFFFFFul) {
+        assert(base >= 2);
+        while (power <= Limb(~Limb(0)) / base) {
             power *= base;
             digits++;
         }
     }
 };
 
+// Writes digits, splitting values by the squares of the chunk power.
+class DigitWriter
+{
+public:
+    DigitWriter(unsigned base, Index splitBlocks)
+        : base(base), chunk(base), divisor(chunk.power), splitBlocks(splitBlocks)
+    {}
+
+    Index write(const BigUnsigned &x, Digit *out)
+    {
+        if (x.getLength() < splitBlocks || x.getLength() < 2 * blocksPerLimb)
+            return writeSmall(x, out, 0);
+        // powers[i] is the chunk power to the 2^i; the last one squared exceeds x.
+        powers.push_back(fromWords(&chunk.power, 1));
+        while (x.bitLength() > 2 * (powers.back().bitLength() - 1))
+            powers.push_back(powers.back() * powers.back());
+        return write(x, int(powers.size()) - 1, out, 0);
+    }
+
+private:
+    // The digits of v < powers[level]^2; exactly `pad` of them when pad > 0, else without zeros on
+    // top. Returns their count.
+    Index write(const BigUnsigned &v, int level, Digit *out, Index pad)
+    {
+        if (level < 0 || v.getLength() < splitBlocks)
+            return writeSmall(v, out, pad);
+        const BigUnsigned &power = powers[size_t(level)];
+        if (v < power)
+            return write(v, level - 1, out, pad);
+        BigUnsigned remainder(v), quotient;
+        remainder.divideWithRemainder(power, quotient);
+        const Index low = Index(chunk.digits) << level;
+        write(remainder, level - 1, out, low);
+        return low + write(quotient, level - 1, out + low, pad > 0 ? pad - low : 0);
+    }
+
+    Index writeSmall(const BigUnsigned &v, Digit *out, Index pad)
+    {
+        Index n = limbsFor(v.getLength());
+        LimbBuffer buffer(n);
+        Limb *w = buffer.get();
+        wordsOf(v, w);
+        Index count = 0;
+        while (n > 0) {
+            Limb part = divisor.divide(w, w, n);
+            while (n > 0 && w[n - 1] == 0)
+                n--;
+            for (unsigned j = 0; j < chunk.digits && (n > 0 || part != 0); j++) {
+                out[count++] = Digit(part % base);
+                part /= base;
+            }
+        }
+        assert(pad == 0 || count <= pad);
+        for (; count < pad; count++)
+            out[count] = 0;
+        return count;
+    }
+
+    unsigned base;
+    Chunk chunk;
+    SingleDivisor divisor;
+    Index splitBlocks;
+    std::vector<BigUnsigned> powers;
+};
+
+// Reads digits a word's worth (a chunk) at a time; long strings are split by the chunk power
+// to powers of two into halves read on their own.
+class ValueReader
+{
+public:
+    ValueReader(const Digit *digits, Index count, unsigned base, Index splitChunks)
+        : digits(digits), count(count), base(base), chunk(base), splitChunks(splitChunks)
+    {}
+
+    // The value into words, which has room for limbsFor(count * 16 bits) + 1 words; returns
+    // their count.
+    Index read(Limb *words)
+    {
+        const Index chunkCount = (count + chunk.digits - 1) / chunk.digits;
+        if (chunkCount < splitChunks || chunkCount < 2)
+            return readSmall(0, chunkCount, words);
+        const BigUnsigned value = read(0, chunkCount);
+        wordsOf(value, words);
+        return limbsFor(value.getLength());
+    }
+
+private:
+    // The value of the digits of chunks [from, to) into words; returns their count.
+    Index readSmall(Index from, Index to, Limb *words)
+    {
+        Index length = 0;
+        for (Index c = to; c > from; c--) {
+            const Index end = c * chunk.digits < count ? c * chunk.digits : count;
+            Limb part = 0;
+            for (Index i = end; i > (c - 1) * chunk.digits; i--)
+                part = part * base + digits[i - 1];
+            const Limb carry = multiplyBySingleAdd(words, length, chunk.power, part);
+            if (carry != 0)
+                words[length++] = carry;
+        }
+        return length;
+    }
+
+    BigUnsigned read(Index from, Index to)
+    {
+        const Index n = to - from;
+        if (n < splitChunks || n < 2) {
+            LimbBuffer buffer(n + 1);
+            return fromWords(buffer.get(), readSmall(from, to, buffer.get()));
+        }
+        // The low part takes the largest power of two of chunks below n.
+        unsigned level = 0;
+        while ((Index(2) << level) < n)
+            level++;
+        const Index low = Index(1) << level;
+        while (powers.size() <= level)
+            powers.push_back(powers.empty() ? fromWords(&chunk.power, 1)
+                                            : powers.back() * powers.back());
+        BigUnsigned high = read(from + low, to);
+        high.multiply(high, powers[level]);
+        BigUnsigned result;
+        result.add(high, read(from, from + low));
+        return result;
+    }
+
+    const Digit *digits;
+    Index count;
+    unsigned base;
+    Chunk chunk;
+    Index splitChunks;
+    std::vector<BigUnsigned> powers;
+};
+
+// The capacity Horner's steps leave on the value of the digits, words[0..n).
+//
+// The step of digit j (counted from the least significant) adds the digit to shifted = (the value
+// of the digits above j) * base and makes room for shifted's length, one block more when both are
+// non-zero (the first step, where shifted is zero, for one block). The shifted values only grow,
+// so the last step with a non-zero digit decides, together with the last step itself; and once
+// base^j >= 2^32, shifted is at least a block shorter than the value and cannot.
+Index hornerCapacity(const Limb *words, Index n, const Digit *digits, Index count, unsigned base)
+{
+    const Index length = blockLengthOf(words, trimmedLength(words, n));
+    if (count < 2)
+        return 1;
+    if (digits[0] != 0) {
+        // shifted = value - digits[0]; one block shorter only when the borrow runs to the top.
+        if (Blk(words[0]) >= digits[0])
+            return length + 1;
+        return (fromWords(words, n) - BigUnsigned(digits[0])).getLength() + 1;
+    }
+    unsigned long long power = base;
+    for (Index j = 1; j + 1 < count && power <= 0xFFFFFFFFu; j++, power *= base) {
+        if (digits[j] == 0)
+            continue;
+        // The digits below j are zero: shifted = value / base^j - digits[j].
+        BigUnsigned remainder = fromWords(words, n), above;
+        remainder.divideWithRemainder(BigUnsigned(Blk(power)), above);
+        return (above - BigUnsigned(digits[j])).getLength() == length ? length + 1 : length;
+    }
+    return length;
+}
+
+// The value of count > 0 digits.
+BigUnsigned valueOf(const Digit *digits, Index count, unsigned base, Index splitChunks)
+{
+    // Every digit adds at most 16 bits.
+    LimbBuffer buffer(limbsFor(Index((16ull * count + 32 - 1) / 32)) + 1);
+    Limb *words = buffer.get();
+    const Index n = ValueReader(digits, count, base, splitChunks).read(words);
+    const Index capacity = hornerCapacity(words, n, digits, count, base);
+    return fromWords(words, n, capacity - blockLengthOf(words, trimmedLength(words, n)));
+}
+
 } // namespace
+
+BigUnsignedInABase::Index BaseConversion::digitsByDivision(const BigUnsigned &x, unsigned base,
+                                                           Digit *digits)
+{
+    BigUnsigned quotient(x), remainder;
+    const BigUnsigned bigBase(base);
+    Index count = 0;
+    while (!quotient.isZero()) {
+        remainder = quotient;
+        remainder.divideWithRemainder(bigBase, quotient);
+        digits[count++] = remainder.toUnsignedShort();
+    }
+    return count;
+}
+
+BigUnsignedInABase::Index BaseConversion::digitsFast(const BigUnsigned &x, unsigned base,
+                                                     Digit *digits, Index splitBlocks)
+{
+    assert(isNormal(x));
+    return DigitWriter(base, splitBlocks).write(x, digits);
+}
+
+BigUnsigned BaseConversion::valueByHorner(const Digit *digits, Index count, unsigned base)
+{
+    BigUnsigned result, shifted, digit;
+    const BigUnsigned bigBase(base);
+    for (Index i = count; i > 0; i--) {
+        shifted.multiply(result, bigBase);
+        digit.setBlock(0, digits[i - 1]);
+        result.add(shifted, digit);
+    }
+    return result;
+}
+
+BigUnsigned BaseConversion::valueFast(const Digit *digits, Index count, unsigned base,
+                                      Index splitChunks)
+{
+    assert(count == 0 || digits[count - 1] != 0);
+    return count == 0 ? BigUnsigned() : valueOf(digits, count, base, splitChunks);
+}
 
 BigUnsignedInABase::BigUnsignedInABase(const Digit *digits, Index count, Base base)
     : BlockArray<Digit>(digits, count), base(base)
 {
     if (base < 2)
         throw "BigUnsignedInABase::BigUnsignedInABase(const Digit *, Index, Base): The base must "
-              "be "
-              "at least 2";
+              "be at least 2";
     for (Index i = 0; i < length; i++) {
         if (blocks[i] >= base)
             throw digitTooLargeText;
@@ -66,22 +320,11 @@ BigUnsignedInABase::BigUnsignedInABase(const BigUnsigned &x, Base base) : base(b
         bitsPerDigit++;
     const unsigned long bitCount = 32ul * x.getLength();
     reserve(Index((bitCount + bitsPerDigit - 1) / bitsPerDigit));
-
-    Index digitCount = 0;
-    if (BigIntFastPaths::takenFor(x)) {
-        length = BigIntFastPaths::digitsOf(x, base, blocks);
-        assert(length <= capacity);
-        return;
-    }
-    BigUnsigned quotient(x), remainder;
-    const BigUnsigned bigBase(base);
-    while (!quotient.isZero()) {
-        remainder = quotient;
-        remainder.divideWithRemainder(bigBase, quotient);
-        assert(digitCount < capacity);
-        blocks[digitCount++] = remainder.toUnsignedShort();
-    }
-    length = digitCount;
+    // Dividing a value with zero blocks on top can leave a zero digit on top: only the reference
+    // knows how many.
+    length = isNormal(x) ? BaseConversion::digitsFast(x, base, blocks)
+                         : BaseConversion::digitsByDivision(x, base, blocks);
+    assert(length <= capacity);
 }
 
 BigUnsignedInABase::BigUnsignedInABase(const std::string &s, Base base) : base(base)
@@ -112,28 +355,7 @@ BigUnsignedInABase::BigUnsignedInABase(const std::string &s, Base base) : base(b
 
 BigUnsignedInABase::operator BigUnsigned() const
 {
-    // Horner's rule from the most significant digit.
-    BigUnsigned result, shifted, digit;
-    const BigUnsigned bigBase(base);
-    Index i = length;
-    const Chunk chunk(base);
-    if (BigIntFastPaths::enabled && chunk.digits > 0 && length > chunk.digits + 1) {
-        // All but the last chunk.digits + 1 digits at once; those go one at a time as below, so
-        // that the result's capacity is the one digit-by-digit steps leave: they grow it at
-        // least as far as any earlier step could. The assignment sizes it exactly.
-        i = chunk.digits + 1;
-        result = BigIntFastPaths::valueOf(blocks + i, length - i, base);
-        // The scratch values get their room once; only the result's capacity is seen outside.
-        shifted.setBlock(result.getLength() + 1, 1);
-        shifted.setBlock(result.getLength() + 1, 0);
-        digit.setBlock(0, 1);
-    }
-    for (; i > 0; i--) {
-        shifted.multiply(result, bigBase);
-        digit.setBlock(0, blocks[i - 1]);
-        result.add(shifted, digit);
-    }
-    return result;
+    return BaseConversion::valueFast(blocks, length, base);
 }
 
 BigUnsignedInABase::operator std::string() const

@@ -6,7 +6,6 @@
 #include "bigint/BigUnsigned.h"
 #include "bigint/LimbOps_p.h"
 
-#include <atomic>
 #include <memory>
 
 // The integer operations have two paths: the reference algorithms, which fix every result,
@@ -115,37 +114,5 @@ private:
     std::unique_ptr<LimbOps::Limb[]> heap;
     LimbOps::Limb *data;
 };
-
-// The process-wide switch the text conversions still read while they move to entry points of
-// their own; multiplication, division and modexp no longer look at it.
-namespace BigIntFastPaths {
-
-// Cleared, every operation runs its reference algorithm alone: the tests compare the two paths
-// this way and the benchmarks measure both. Set by default; flip it only while no other thread
-// computes.
-extern std::atomic<bool> enabled;
-
-inline bool isNormal(const BigUnsigned &x)
-{
-    return BigIntPaths::isNormal(x);
-}
-
-inline bool takenFor(const BigUnsigned &x)
-{
-    return enabled.load(std::memory_order_relaxed) && isNormal(x);
-}
-
-inline bool takenFor(const BigUnsigned &x, const BigUnsigned &y)
-{
-    return takenFor(x) && isNormal(y);
-}
-
-// Text conversion a limb's worth of digits at a time, for bases 2 to 65535. digitsOf writes the
-// digits of a normal x, least significant first and without zeros on top, into `digits` (room
-// for all of them) and returns their count; valueOf is the value of `count` such digits.
-BigUnsigned::Index digitsOf(const BigUnsigned &x, unsigned base, unsigned short *digits);
-BigUnsigned valueOf(const unsigned short *digits, BigUnsigned::Index count, unsigned base);
-
-} // namespace BigIntFastPaths
 
 #endif // ORVEX_BIGINT_FASTPATHS_P_H

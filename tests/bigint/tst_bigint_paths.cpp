@@ -6,16 +6,16 @@
 #include "bigint/BigInteger.h"
 #include "bigint/BigUnsigned.h"
 #include "bigint/BigUnsignedInABase.h"
+#include "bigint/BigUnsignedInABase_p.h"
 #include "bigint/FastPaths_p.h"
 #include "bigint/NumberTheory.h"
+#include "bigint/NumberTheory_p.h"
 
 #include "bigint/BigIntTestHelpers.h"
 #include "common/TestHelpers.h"
 
 #include <QRandomGenerator>
 #include <QtTest>
-
-#include <functional>
 
 namespace {
 
@@ -35,16 +35,6 @@ QByteArray outcomeOf(Operation &&operation)
         operation(outcome);
     });
     return outcome + "thrown \"" + thrown + "\"";
-}
-
-typedef std::function<void(QByteArray &outcome)> Operation;
-
-QByteArray runOn(bool fast, const Operation &operation)
-{
-    BigIntFastPaths::enabled = fast;
-    const QByteArray outcome = outcomeOf(operation);
-    BigIntFastPaths::enabled = true;
-    return outcome;
 }
 
 void record(QByteArray &outcome, const BigUnsigned &x)
@@ -122,6 +112,41 @@ const Paths<MultiplyRoutine> multiplyPaths{&BigIntPaths::multiplyReference,
 const Paths<DivideRoutine> dividePaths{&BigIntPaths::divideReference, &BigIntPaths::divideFast};
 const Paths<ModexpRoutine> modexpPaths{&BigIntPaths::modexpReference, &BigIntPaths::modexpFast};
 
+using BaseConversion::Digit;
+typedef BigUnsigned::Index (*ToDigitsRoutine)(const BigUnsigned &, unsigned, Digit *,
+                                              BigUnsigned::Index);
+typedef BigUnsigned (*FromDigitsRoutine)(const Digit *, BigUnsigned::Index, unsigned,
+                                         BigUnsigned::Index);
+typedef BigUnsigned (*GcdRoutine)(const BigUnsigned &, const BigUnsigned &, BigUnsigned::Index);
+
+// The fast routines with the threshold of the row, the reference beside them.
+const Paths<ToDigitsRoutine> toDigitsPaths{
+        [](const BigUnsigned &x, unsigned base, Digit *digits, BigUnsigned::Index) {
+            return BaseConversion::digitsByDivision(x, base, digits);
+        },
+        &BaseConversion::digitsFast};
+const Paths<FromDigitsRoutine> fromDigitsPaths{
+        [](const Digit *digits, BigUnsigned::Index count, unsigned base, BigUnsigned::Index) {
+            return BaseConversion::valueByHorner(digits, count, base);
+        },
+        &BaseConversion::valueFast};
+const Paths<GcdRoutine> gcdPaths{
+        [](const BigUnsigned &a, const BigUnsigned &b, BigUnsigned::Index) {
+            return GcdPaths::gcdByRemainders(a, b);
+        },
+        &GcdPaths::gcdLehmer};
+
+// Rows of a threshold: sizes at it and around it with the threshold the library sets, and with
+// a small threshold that reaches splits within splits on short values (twice and four times it).
+void addThresholdRows(const char *name, quint32 threshold, quint32 smallThreshold)
+{
+    for (quint32 size : {threshold - 1, threshold, threshold + 1})
+        QTest::addRow("%s %u, threshold %u", name, size, threshold) << size << threshold;
+    const quint32 t = smallThreshold;
+    for (quint32 size : {t - 1, t, t + 1, 2 * t + 1, 4 * t - 1})
+        QTest::addRow("%s %u, threshold %u", name, size, t) << size << t;
+}
+
 } // namespace
 
 class tst_BigIntPaths : public QObject
@@ -136,17 +161,14 @@ private slots:
     void divide();
     void modexp_data();
     void modexp();
-    void textConversions();
-    void numberTheory();
+    void toDigits_data();
+    void toDigits();
+    void fromDigits_data();
+    void fromDigits();
+    void gcd_data();
+    void gcd();
 
 private:
-    void compare(const Operation &operation, const QByteArray &context)
-    {
-        const QByteArray reference = runOn(false, operation), fast = runOn(true, operation);
-        if (fast != reference)
-            QFAIL(context + "\n  reference: " + reference + "\n  fast: " + fast);
-    }
-
     QByteArray where(int index) const
     {
         return "seed " + QByteArray::number(seed) + ", case " + QByteArray::number(index);
@@ -293,50 +315,128 @@ void tst_BigIntPaths::modexp()
     }
 }
 
-void tst_BigIntPaths::textConversions()
+void tst_BigIntPaths::toDigits_data()
 {
-    Operands operands(seed + 1);
-    for (int i = 0; i < 300; i++) {
-        const bool normal = !operands.chance(8);
-        const BigUnsigned x = operands.ofLength(operands.below(24), normal);
-        const BigUnsignedInABase::Base base = operands.chance(2)
-                ? BigUnsignedInABase::Base(operands.chance(2) ? 10 : 2 + operands.below(35))
-                : BigUnsignedInABase::Base(2 + operands.below(65534));
-        const QByteArray context = where(i) + ": length " + QByteArray::number(x.getLength())
-                + ", base " + QByteArray::number(base);
-        compare(
-                [&](QByteArray &o) {
-                    const BigUnsignedInABase digits(x, base);
-                    BigUnsigned asDigits;
-                    for (BigUnsignedInABase::Index j = 0; j < digits.getLength(); j++)
-                        asDigits.setBlock(j, digits.blockAt(j));
-                    record(o, asDigits);
-                    o += QByteArray::number(digits.getCapacity());
-                    record(o, BigUnsigned(digits));
-                    if (base <= 36) {
-                        const std::string text(digits);
-                        record(o, BigUnsigned(BigUnsignedInABase(text, base)));
-                    }
-                },
-                context);
+    QTest::addColumn<quint32>("blocks");
+    QTest::addColumn<quint32>("threshold");
+    QTest::newRow("small") << 1u << BaseConversion::toDigitsSplitBlocks;
+    addThresholdRows("blocks", BaseConversion::toDigitsSplitBlocks, 4);
+}
+
+void tst_BigIntPaths::toDigits()
+{
+    QFETCH(quint32, blocks);
+    QFETCH(quint32, threshold);
+    Operands operands(seed + blocks);
+    for (int i = 0; i < 12; i++) {
+        const BigUnsigned x = operands.ofLength(blocks - operands.below(2));
+        const unsigned base = i < 3 ? 10
+                : i < 6             ? 2 + operands.below(35)
+                                    : 2 + operands.below(65534);
+        const QByteArray context = where(i) + ": base " + QByteArray::number(base);
+        compareOn(toDigitsPaths, context, [&](ToDigitsRoutine routine, QByteArray &o) {
+            QVector<Digit> digits(int(32 * x.getLength() + 1));
+            const BigUnsigned::Index count = routine(x, base, digits.data(), threshold);
+            o += QByteArray::number(count) + " digits, "
+                    + QByteArray::number(qHashRange(digits.begin(), digits.begin() + count), 16);
+        });
+    }
+    // The constructor takes the fast path for normal values only: zero blocks on top can leave a
+    // zero digit on top, as the reference does.
+    const BigUnsigned nonNormal = operands.ofLength(blocks, false);
+    const BigUnsignedInABase digits(nonNormal, 10);
+    QVector<Digit> expected(int(32 * nonNormal.getLength() + 1));
+    expected.resize(int(BaseConversion::digitsByDivision(nonNormal, 10, expected.data())));
+    QVector<Digit> got;
+    for (BigUnsignedInABase::Index i = 0; i < digits.getLength(); i++)
+        got.append(digits.blockAt(i));
+    QCOMPARE(got, expected);
+}
+
+void tst_BigIntPaths::fromDigits_data()
+{
+    QTest::addColumn<quint32>("chunks");
+    QTest::addColumn<quint32>("threshold");
+    QTest::newRow("one digit") << 0u << BaseConversion::fromDigitsSplitChunks;
+    QTest::newRow("one chunk") << 1u << BaseConversion::fromDigitsSplitChunks;
+    addThresholdRows("chunks", BaseConversion::fromDigitsSplitChunks, 3);
+}
+
+void tst_BigIntPaths::fromDigits()
+{
+    QFETCH(quint32, chunks);
+    QFETCH(quint32, threshold);
+    Operands operands(seed + chunks);
+    // Horner's rule a digit at a time is slow on long strings: fewer draws there.
+    for (int i = 0; i < (chunks > 64 ? 3 : 30); i++) {
+        const unsigned base = i < 10 ? 10
+                : i < 20             ? 2 + operands.below(35)
+                                     : 2 + operands.below(65534);
+        // A chunk is as many digits as fit a 64-bit word.
+        unsigned perChunk = 0;
+        for (quint64 power = 1; power <= ~quint64(0) / base; power *= base)
+            perChunk++;
+        const quint32 count =
+                chunks == 0 ? 1 : (chunks - 1) * perChunk + 1 + operands.below(perChunk);
+        QVector<Digit> digits;
+        for (quint32 j = 0; j < count; j++) {
+            const quint32 pick = operands.below(4);
+            digits.append(Digit(pick == 0 ? 0 : pick == 1 ? base - 1 : operands.below(base)));
+        }
+        // The capacity of Horner's steps depends on the lowest non-zero digit j, as long as
+        // base^j fits a block: runs of zeros up to that length and one past it.
+        quint32 blockDigits = 0;
+        for (quint64 power = base; power < (quint64(1) << 32); power *= base)
+            blockDigits++;
+        const quint32 runs[] = {0, 0, 1, blockDigits, blockDigits + 1};
+        const quint32 zeros = std::min(runs[operands.below(5)], count - 1);
+        for (quint32 j = 0; j < zeros; j++)
+            digits[int(j)] = 0;
+        digits[int(count) - 1] = Digit(1 + operands.below(base - 1));
+        const QByteArray context = where(i) + ": base " + QByteArray::number(base) + ", "
+                + QByteArray::number(count) + " digits";
+        compareOn(fromDigitsPaths, context, [&](FromDigitsRoutine routine, QByteArray &o) {
+            record(o, routine(digits.constData(), count, base, threshold));
+        });
     }
 }
 
-void tst_BigIntPaths::numberTheory()
+void tst_BigIntPaths::gcd_data()
 {
-    Operands operands(seed + 2);
-    for (int i = 0; i < 60; i++) {
-        // Normal moduli only: a divisor with zero blocks on top leaves remainders that need not
-        // shrink, so gcd need not end.
-        const BigUnsigned modulus = operands.ofLength(operands.below(12));
-        const BigUnsigned base = operands.ofLength(operands.below(14));
-        const QByteArray context =
-                where(i) + ": modulus length " + QByteArray::number(modulus.getLength());
-        compare(
-                [&](QByteArray &o) {
-                    record(o, gcd(base, modulus));
-                },
-                context);
+    QTest::addColumn<quint32>("blocks");
+    QTest::addColumn<quint32>("threshold");
+    QTest::newRow("single blocks") << 1u << GcdPaths::lehmerBlocks;
+    addThresholdRows("blocks", GcdPaths::lehmerBlocks, 3);
+    QTest::newRow("long") << 40u << GcdPaths::lehmerBlocks;
+}
+
+void tst_BigIntPaths::gcd()
+{
+    QFETCH(quint32, blocks);
+    QFETCH(quint32, threshold);
+    Operands operands(seed + blocks);
+    for (int i = 0; i < 40; i++) {
+        // A common factor, operands of unequal lengths (long divisions between the batches),
+        // zero, and a value with zero blocks on top (the reference's) among them.
+        const BigUnsigned factor = operands.ofLength(operands.below(3));
+        BigUnsigned a = operands.ofLength(blocks) * factor;
+        BigUnsigned b = operands.ofLength(operands.chance(3) ? operands.below(blocks + 1) : blocks)
+                * factor;
+        if (operands.chance(8))
+            b = a + BigUnsigned(1);
+        if (operands.chance(10))
+            b = BigUnsigned();
+        if (operands.chance(2))
+            std::swap(a, b);
+        // Only as the first operand: a divisor with zero blocks on top need not shrink the
+        // remainder, and the reference would not end.
+        if (operands.chance(10))
+            a = operands.ofLength(blocks, false);
+        const QByteArray context = where(i) + ": lengths " + QByteArray::number(a.getLength())
+                + ", " + QByteArray::number(b.getLength());
+        compareOn(gcdPaths, context, [&](GcdRoutine routine, QByteArray &o) {
+            record(o, routine(a, b, threshold));
+        });
     }
 }
 
