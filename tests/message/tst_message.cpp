@@ -69,6 +69,10 @@ void tst_Message::takeFirst_data()
     QTest::newRow("byte string, then integer remains")
             << QByteArray("3:abci5e") << QVariant(QByteArray("abc")) << QByteArray("i5e");
     QTest::newRow("integer") << QByteArray("i5e") << QVariant(5) << QByteArray("");
+    QTest::newRow("byte string holding a colon")
+            << QByteArray("3:a:bi1e") << QVariant(QByteArray("a:b")) << QByteArray("i1e");
+    QTest::newRow("integer, then text holding an e")
+            << QByteArray("i5e2:ee") << QVariant(5) << QByteArray("2:ee");
     QTest::newRow("empty buffer") << QByteArray() << QVariant() << QByteArray();
     QTest::newRow("count past the end")
             << QByteArray("5:ab") << QVariant(QByteArray("ab")) << QByteArray("");
