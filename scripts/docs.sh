@@ -62,7 +62,7 @@ done < <(find "$out/cmake" -name '*.h' -not -path '*/CMakeFiles/*' -not -path '*
     -not -name '*export*.h' | sort)
 
 export ORVEX_DOCS_OUT="$out" ORVEX_DOCS_VERSION="$version" ORVEX_DOCS_MAJOR="${version%%.*}"
-export ORVEX_DOCS_STRIP="$root/src $out/cmake" ORVEX_DOCS_INPUT="${inputs[*]}"
+export ORVEX_DOCS_STRIP="$root/src $out/cmake/include $out/cmake" ORVEX_DOCS_INPUT="${inputs[*]}"
 export ORVEX_DOCS_QHG=/usr/lib/qt5/bin/qhelpgenerator
 export ORVEX_DOCS_LAYOUT="$root/docs/DoxygenLayout.xml"
 
