@@ -355,6 +355,10 @@ BigUnsignedInABase::BigUnsignedInABase(const std::string &s, Base base) : base(b
 
 BigUnsignedInABase::operator BigUnsigned() const
 {
+    // Digits made from a value with zero blocks on top can have a zero digit on top: the
+    // reference's steps know the capacity that leaves.
+    if (length > 0 && blocks[length - 1] == 0)
+        return BaseConversion::valueByHorner(blocks, length, base);
     return BaseConversion::valueFast(blocks, length, base);
 }
 
