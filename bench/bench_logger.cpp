@@ -1,11 +1,15 @@
 // Lines per second from 1, 2 and 8 posting threads, counted when every line has reached its
 // sink: Orvex::Logger into a composer that only collects, side by side with spdlog's asynchronous
-// logger (a queue large enough never to block or drop) into a sink that only collects.
+// logger (a queue large enough never to block or drop) into a sink that only collects, and the
+// floor of the logger's design: a bare posted event carrying the QString to a QObject that
+// appends its UTF-8.
 #include "RatioReporter.h"
 
 #include <util/Logger.h>
 
 #include <QCoreApplication>
+#include <QEvent>
+#include <QObject>
 #include <QThread>
 
 #include <spdlog/async.h>
@@ -86,6 +90,50 @@ void linesOrvex(benchmark::State &state)
     state.SetItemsProcessed(std::int64_t(state.iterations()) * std::int64_t(total));
 }
 
+// The floor: what Qt's posted-event queue costs a line, with no level, composer or logger.
+class LineEvent : public QEvent
+{
+public:
+    explicit LineEvent(const QString &text) : QEvent(QEvent::User), text(text) {}
+    QString text;
+};
+
+class AppendingReceiver : public QObject
+{
+public:
+    bool event(QEvent *event) override
+    {
+        if (event->type() != QEvent::User)
+            return QObject::event(event);
+        bytes.append(static_cast<LineEvent *>(event)->text.toUtf8());
+        bytes.clear();
+        ++lines;
+        return true;
+    }
+    QByteArray bytes;
+    std::size_t lines = 0;
+};
+
+void linesPostEvent(benchmark::State &state)
+{
+    const int threadCount = int(state.range(0));
+    const std::size_t total = std::size_t(threadCount) * linesPerThread;
+    AppendingReceiver receiver;
+    const QString text = QStringLiteral("a line of ordinary length for a trace of data traffic");
+    for (auto _ : state) {
+        receiver.lines = 0;
+        std::thread posters([&] {
+            postFromThreads(threadCount, [&](int, int) {
+                QCoreApplication::postEvent(&receiver, new LineEvent(text));
+            });
+        });
+        while (receiver.lines < total)
+            QCoreApplication::sendPostedEvents(&receiver);
+        posters.join();
+    }
+    state.SetItemsProcessed(std::int64_t(state.iterations()) * std::int64_t(total));
+}
+
 void linesSpdlog(benchmark::State &state)
 {
     const int threadCount = int(state.range(0));
@@ -114,6 +162,7 @@ void threads(benchmark::internal::Benchmark *benchmark)
 }
 
 BENCHMARK(linesOrvex)->Name("lines/orvex")->Apply(threads);
+BENCHMARK(linesPostEvent)->Name("lines/postevent")->Apply(threads);
 BENCHMARK(linesSpdlog)->Name("lines/spdlog")->Apply(threads);
 
 } // namespace
