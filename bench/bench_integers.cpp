@@ -163,14 +163,17 @@ void squareWordsGmp(benchmark::State &state)
     }
 }
 
-// calibrate: products ("multiply") and squares ("square") of n limbs with the method named,
-// the others' thresholds kept: "rows" never leaves rows of limb products, "karatsuba" takes
-// Karatsuba's step at every size.
-void calibrate(benchmark::State &state, bool square, BigIntPaths::MultiplyThresholds thresholds)
+// calibrate: products ("multiply") and squares ("square") of n limbs by rows of limb products,
+// or by one step of Karatsuba's method whose halves go by rows: where the step is faster, the
+// threshold lies below n.
+void calibrate(benchmark::State &state, bool square, bool karatsuba)
 {
-    const unsigned bits = unsigned(state.range(0)) * LimbOps::bitsPerLimb;
-    const Limbs a = randomLimbs(bits, 1), b = randomLimbs(bits, 2);
-    const BigUnsigned::Index n = BigUnsigned::Index(a.size());
+    const BigUnsigned::Index n = BigUnsigned::Index(state.range(0));
+    const BigIntPaths::MultiplyThresholds thresholds = karatsuba
+            ? BigIntPaths::MultiplyThresholds{n, n}
+            : BigIntPaths::MultiplyThresholds{~n | n, ~n | n};
+    const Limbs a = randomLimbs(n * LimbOps::bitsPerLimb, 1);
+    const Limbs b = randomLimbs(n * LimbOps::bitsPerLimb, 2);
     Limbs r(2 * n);
     for (auto _ : state) {
         if (square)
@@ -183,25 +186,14 @@ void calibrate(benchmark::State &state, bool square, BigIntPaths::MultiplyThresh
 
 void registerCalibration()
 {
-    constexpr BigUnsigned::Index never = ~BigUnsigned::Index(0);
-    const BigIntPaths::MultiplyThresholds shipped = BigIntPaths::multiplyThresholds;
-    struct Method
-    {
-        const char *name;
-        bool square;
-        BigIntPaths::MultiplyThresholds thresholds;
-    };
-    const Method methods[] = {
-            {"calibrate-multiply/rows", false, {never, shipped.karatsubaSquare}},
-            {"calibrate-multiply/karatsuba", false, {4, shipped.karatsubaSquare}},
-            {"calibrate-square/rows", true, {shipped.karatsuba, never}},
-            {"calibrate-square/karatsuba", true, {shipped.karatsuba, 4}},
-    };
-    for (const Method &method : methods) {
-        // Sizes in limbs; one Karatsuba step splits them into halves below the method's own
-        // threshold, so the step is measured against rows of the same size.
-        benchmark::RegisterBenchmark(method.name, calibrate, method.square, method.thresholds)
-                ->DenseRange(16, 96, 8);
+    for (const bool square : {false, true}) {
+        const char *name = square ? "calibrate-square" : "calibrate-multiply";
+        for (const bool karatsuba : {false, true}) {
+            benchmark::RegisterBenchmark(
+                    (std::string(name) + (karatsuba ? "/karatsuba" : "/rows")).c_str(), calibrate,
+                    square, karatsuba)
+                    ->DenseRange(16, 112, 8);
+        }
     }
 }
 

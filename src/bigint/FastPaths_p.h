@@ -27,16 +27,17 @@ public:
     }
 
     // Where the multiplication changes method, in limbs of both operands (the shorter one, for
-    // unequal lengths). Calibrated with bench_integers --benchmark_filter=calibrate, whose
-    // products and squares at each size with each method choose these (2-core AMD EPYC,
-    // g++ -O2): Karatsuba at 32 limbs is as fast as rows of limb products (within 3%), at 48
-    // limbs 8% faster; squares cross later since rows of a square do half the products.
+    // unequal lengths). Set from ORVEX_BENCH_CALIBRATE=1 bench_integers (2-core AMD EPYC, g++
+    // -O2, median of 3), one Karatsuba step with halves by rows against rows alone: products of
+    // 32 limbs 3.08 us against 3.05 us, of 40 limbs 5.36 against 5.61, of 48 limbs 7.06 against
+    // 9.09; squares of 40 limbs 3.74 against 3.32, of 48 limbs 4.68 against 5.08, of 56 limbs
+    // 5.99 against 7.55.
     struct MultiplyThresholds
     {
         Index karatsuba;
         Index karatsubaSquare;
     };
-    static constexpr MultiplyThresholds multiplyThresholds{32, 48};
+    static constexpr MultiplyThresholds multiplyThresholds{40, 48};
 
     // r = a * b as BigUnsigned::multiply does it: bit by bit through shifted blocks, or fast.
     static void multiplyReference(BigUnsigned &r, const BigUnsigned &a, const BigUnsigned &b);
