@@ -48,19 +48,7 @@ void squareSchoolbook(Limb *result, const Limb *x, Index n)
     for (Index i = 1; i + 1 < n; i++)
         result[n + i] = multiplyAddLimb(result + 2 * i + 1, x + i + 1, n - i - 1, x[i]);
     result[2 * n - 1] = 0;
-    const Limb out = shiftLeftLimbs(result, result, 2 * n, 1);
-    assert(out == 0);
-    (void)out;
-    Limb carry = 0;
-    for (Index i = 0; i < n; i++) {
-        const DoubleLimb square = DoubleLimb(x[i]) * x[i];
-        const DoubleLimb low = DoubleLimb(result[2 * i]) + Limb(square) + carry;
-        result[2 * i] = Limb(low);
-        const DoubleLimb high = DoubleLimb(result[2 * i + 1]) + highLimb(square) + highLimb(low);
-        result[2 * i + 1] = Limb(high);
-        carry = highLimb(high);
-    }
-    assert(carry == 0);
+    addDoubledSquares(result, x, n);
 }
 
 // Scratch limbs multiplyKaratsuba needs for two n-limb operands.

@@ -174,9 +174,11 @@ inline Limb subtractLimbsFrom(Limb *target, Index targetLength, const Limb *x, I
                                                 : 0;
 }
 
-#if defined(__x86_64__) && defined(__GNUC__) && defined(__SIZEOF_INT128__)
+#if defined(__x86_64__) && defined(__GNUC__) && defined(__SIZEOF_INT128__) \
+        && !defined(ORVEX_PORTABLE_LIMBS)
 // One limb product and the additions after it in x86-64 instructions: compilers keep the 128-bit
-// sums of the portable loops in memory and take half as long again.
+// sums of the portable loops in memory and take half as long again. ORVEX_PORTABLE_LIMBS keeps
+// the portable loops (to test them).
 #  define ORVEX_LIMB_ASSEMBLY 1
 
 // high:low = x * y.
@@ -252,6 +254,38 @@ inline Limb multiplySubtractLimb(Limb *result, const Limb *x, Index n, Limb y)
 #endif
     }
     return borrow;
+}
+
+// result[0..2n) = 2 * result + the squares of x's limbs, x[i]^2 at limb 2i, result[0] zero and
+// the whole sum known to fit; the doubling goes along, two result limbs a turn.
+inline void addDoubledSquares(Limb *result, const Limb *x, Index n)
+{
+    Limb carry = 0, shiftedOut = 0;
+    for (Index i = 0; i < n; i++) {
+        const Limb low = result[2 * i], high = result[2 * i + 1];
+        Limb doubledLow = low << 1 | shiftedOut, doubledHigh = high << 1 | low >> (bitsPerLimb - 1);
+        shiftedOut = high >> (bitsPerLimb - 1);
+#ifdef ORVEX_LIMB_ASSEMBLY
+        Limb squareHigh, squareLow, out = 0;
+        multiplyWide(x[i], x[i], &squareHigh, &squareLow);
+        __asm__("addq %4, %0\n\tadcq %5, %1\n\tadcq $0, %2\n\t"
+                "addq %3, %0\n\tadcq $0, %1\n\tadcq $0, %2"
+                : "+&r"(doubledLow), "+&r"(doubledHigh), "+&r"(out)
+                : "r"(carry), "r"(squareLow), "r"(squareHigh)
+                : "cc");
+        result[2 * i] = doubledLow;
+        result[2 * i + 1] = doubledHigh;
+        carry = out;
+#else
+        const DoubleLimb square = DoubleLimb(x[i]) * x[i];
+        const DoubleLimb lowSum = DoubleLimb(doubledLow) + Limb(square) + carry;
+        const DoubleLimb highSum = DoubleLimb(doubledHigh) + highLimb(square) + highLimb(lowSum);
+        result[2 * i] = Limb(lowSum);
+        result[2 * i + 1] = Limb(highSum);
+        carry = highLimb(highSum);
+#endif
+    }
+    assert(carry == 0 && shiftedOut == 0);
 }
 
 // x[0..n) = x * m + a; returns the limb carried out of the top.
