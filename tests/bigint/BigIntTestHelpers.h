@@ -5,6 +5,7 @@
 #include "bigint/BigUnsigned.h"
 
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QMetaType>
 #include <QRandomGenerator>
 #include <QVector>
@@ -77,6 +78,34 @@ inline char *toString(const BigInteger &x)
 inline bool isNormal(const BigUnsigned &x)
 {
     return x.getLength() == 0 || x.blockAt(x.getLength() - 1) != 0;
+}
+
+// What the six conversions to primitives give, each the number or a code for the text thrown:
+// "<" and "(" the magnitude's to<Primitive> and to(Primitive) texts, "!" the signed value's
+// too-big text, "-" its negative-to-unsigned text.
+template <class X>
+QByteArray conversionsOf(const X &x)
+{
+    QByteArrayList all;
+    const QByteArrayList texts = {
+            "BigUnsigned::to<Primitive>: Value is too big to fit in the requested type",
+            "BigUnsigned::to(Primitive): Value is too big to fit in the requested type",
+            "BigInteger::to<Primitive>: Value is too big to fit in the requested type",
+            "BigInteger::to<Primitive>: Cannot convert a negative integer to an unsigned type"};
+    for (int i = 0; i < 6; i++) {
+        try {
+            all << QByteArray::number(i == 0           ? qlonglong(x.toUnsignedLong())
+                                              : i == 1 ? x.toUnsignedInt()
+                                              : i == 2 ? x.toUnsignedShort()
+                                              : i == 3 ? qlonglong(x.toLong())
+                                              : i == 4 ? x.toInt()
+                                                       : x.toShort());
+        } catch (const char *text) {
+            const int code = texts.indexOf(text);
+            all << (code < 0 ? QByteArray(text) : QByteArray(1, "<(!-"[code]));
+        }
+    }
+    return all.join(' ');
 }
 
 // The seed of a randomized test: ORVEX_TEST_SEED when set, else `fallback`; printed either way.
