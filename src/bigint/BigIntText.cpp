@@ -1,6 +1,7 @@
 #include "bigint/BigIntText.h"
 
 #include "bigint/BigUnsignedInABase.h"
+#include "bigint/BigUnsignedInABase_p.h"
 
 std::string bigUnsignedToString(const BigUnsigned &x)
 {
@@ -15,7 +16,13 @@ std::string bigIntegerToString(const BigInteger &x)
 
 BigUnsigned stringToBigUnsigned(const std::string &s)
 {
-    return BigUnsigned(BigUnsignedInABase(s, 10));
+    // Text of decimal symbols only is read without the digit array; anything else goes through
+    // it, which throws for the first bad symbol from the right.
+    for (const char symbol : s) {
+        if (symbol < '0' || symbol > '9')
+            return BigUnsigned(BigUnsignedInABase(s, 10));
+    }
+    return BaseConversion::valueOfDecimal(s);
 }
 
 BigInteger stringToBigInteger(const std::string &s)

@@ -5,6 +5,7 @@
 #include "bigint/LimbOps_p.h"
 
 #include <cassert>
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -147,12 +148,20 @@ private:
     std::vector<BigUnsigned> powers;
 };
 
+// Decimal digits read straight from text, least significant (the last symbol) first.
+struct DecimalText
+{
+    const char *end;
+    unsigned operator[](Index i) const { return unsigned(end[-1 - std::ptrdiff_t(i)] - '0'); }
+};
+
 // Reads digits a word's worth (a chunk) at a time; long strings are split by the chunk power
 // to powers of two into halves read on their own.
+template <class Digits>
 class ValueReader
 {
 public:
-    ValueReader(const Digit *digits, Index count, unsigned base, Index splitChunks)
+    ValueReader(Digits digits, Index count, unsigned base, Index splitChunks)
         : digits(digits), count(count), base(base), chunk(base), splitChunks(splitChunks)
     {}
 
@@ -207,7 +216,7 @@ private:
         return result;
     }
 
-    const Digit *digits;
+    Digits digits;
     Index count;
     unsigned base;
     Chunk chunk;
@@ -222,7 +231,8 @@ private:
 // non-zero (the first step, where shifted is zero, for one block). The shifted values only grow,
 // so the last step with a non-zero digit decides, together with the last step itself; and once
 // base^j >= 2^32, shifted is at least a block shorter than the value and cannot.
-Index hornerCapacity(const Limb *words, Index n, const Digit *digits, Index count, unsigned base)
+template <class Digits>
+Index hornerCapacity(const Limb *words, Index n, Digits digits, Index count, unsigned base)
 {
     const Index length = blockLengthOf(words, trimmedLength(words, n));
     if (count < 2)
@@ -246,12 +256,13 @@ Index hornerCapacity(const Limb *words, Index n, const Digit *digits, Index coun
 }
 
 // The value of count > 0 digits.
-BigUnsigned valueOf(const Digit *digits, Index count, unsigned base, Index splitChunks)
+template <class Digits>
+BigUnsigned valueOf(Digits digits, Index count, unsigned base, Index splitChunks)
 {
     // Every digit adds at most 16 bits.
     LimbBuffer buffer(limbsFor(Index((16ull * count + 32 - 1) / 32)) + 1);
     Limb *words = buffer.get();
-    const Index n = ValueReader(digits, count, base, splitChunks).read(words);
+    const Index n = ValueReader<Digits>(digits, count, base, splitChunks).read(words);
     const Index capacity = hornerCapacity(words, n, digits, count, base);
     return fromWords(words, n, capacity - blockLengthOf(words, trimmedLength(words, n)));
 }
@@ -296,6 +307,18 @@ BigUnsigned BaseConversion::valueFast(const Digit *digits, Index count, unsigned
 {
     assert(count == 0 || digits[count - 1] != 0);
     return count == 0 ? BigUnsigned() : valueOf(digits, count, base, splitChunks);
+}
+
+BigUnsigned BaseConversion::valueOfDecimal(const std::string &text)
+{
+    // As the string constructor reads it: the first Index(size) symbols, zeros on top dropped.
+    const Index count = Index(text.size());
+    Index significant = count;
+    while (significant > 0 && text[count - significant] == '0')
+        significant--;
+    return significant == 0
+            ? BigUnsigned()
+            : valueOf(DecimalText{text.data() + count}, significant, 10, fromDigitsSplitChunks);
 }
 
 BigUnsignedInABase::BigUnsignedInABase(const Digit *digits, Index count, Base base)

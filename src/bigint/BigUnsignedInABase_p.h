@@ -5,6 +5,8 @@
 #include "bigint/BigUnsigned.h"
 #include "bigint/BigUnsignedInABase.h"
 
+#include <string>
+
 // Conversion between numbers and digits, two ways each. The reference routines (one division by
 // the base per digit, Horner's rule one digit at a time) fix every result, length and capacity;
 // the fast routines leave exactly the same and are taken where their preconditions hold. Both are
@@ -39,6 +41,10 @@ Index digitsFast(const BigUnsigned &x, unsigned base, Digit *digits,
 BigUnsigned valueByHorner(const Digit *digits, Index count, unsigned base);
 BigUnsigned valueFast(const Digit *digits, Index count, unsigned base,
                       Index splitChunks = fromDigitsSplitChunks);
+
+// The value of decimal text, symbols 0-9 only (the caller checks), as
+// BigUnsigned(BigUnsignedInABase(text, 10)) gives it, capacity included, without the digit array.
+BigUnsigned valueOfDecimal(const std::string &text);
 
 } // namespace BaseConversion
 
