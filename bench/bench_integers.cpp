@@ -2,8 +2,8 @@
 // multiply, divide 2n by n bits, modexp with an n-bit odd modulus and exponent, gcd, and decimal
 // text both ways; the multiplication and squaring kernels on limbs against GMP's mpn. With
 // ORVEX_BENCH_REFERENCE=1 the library runs its reference algorithms only.
-// ORVEX_BENCH_CALIBRATE=1 measures products and squares of each size with each method instead,
-// to set the thresholds of the multiplication.
+// ORVEX_BENCH_CALIBRATE=1 runs the calibrations instead (a filter picks among them), which set
+// the thresholds of the multiplication, the text conversions and gcd.
 #include "RatioReporter.h"
 
 #include <bigint/BigInt.h>
@@ -372,7 +372,7 @@ void fromTextBoost(benchmark::State &state)
     }
 }
 
-// Calibration of the text and gcd thresholds (--benchmark_filter=calibrate): the fast routines
+// Calibration of the text and gcd thresholds (calibrate-totext and so on): the fast routines
 // at sizes (bits) around each threshold, with the threshold (blocks or chunks) set to each value.
 void calibrateToText(benchmark::State &state)
 {
@@ -454,11 +454,12 @@ int main(int argc, char **argv)
     if (calibrating)
         registerCalibration();
     benchmark::Initialize(&argc, argv);
+    // The calibrations run only when asked for, and then alone.
+    const std::string filter = benchmark::GetBenchmarkFilter();
+    if (filter.empty() || filter == ".")
+        benchmark::SetBenchmarkFilter(calibrating ? "calibrate" : "-calibrate");
     RatioReporter reporter;
-    if (calibrating)
-        benchmark::RunSpecifiedBenchmarks(&reporter, "calibrate");
-    else
-        benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
     return 0;
 }

@@ -28,7 +28,10 @@ void requireProductLength(const BigUnsigned &a, const BigUnsigned &b)
 void multiplySchoolbook(Limb *result, const Limb *x, Index xn, const Limb *y, Index yn)
 {
     result[xn] = multiplyLimb(result, x, xn, y[0]);
-    for (Index i = 1; i < yn; i++)
+    Index i = 1;
+    for (; i + 2 <= yn; i += 2)
+        result[xn + i + 1] = multiplyAddTwoLimbs(result + i, x, xn, y[i], y[i + 1]);
+    if (i < yn)
         result[xn + i] = multiplyAddLimb(result + i, x, xn, y[i]);
 }
 

@@ -231,6 +231,39 @@ inline Limb multiplyAddLimb(Limb *result, const Limb *x, Index n, Limb y)
     return carry;
 }
 
+// result[0..n+1) = result[0..n) + x[0..n) * y0 + (x[0..n) * y1 shifted up a limb), n >= 1;
+// returns the limb carried out of the top, the limb above result[n]. Two rows of products at
+// once: their carry chains are independent, and result is read and written once.
+inline Limb multiplyAddTwoLimbs(Limb *result, const Limb *x, Index n, Limb y0, Limb y1)
+{
+#ifdef ORVEX_LIMB_ASSEMBLY
+    // low += b, the carry going into high.
+#  define ORVEX_ADD_INTO(low, high, b) \
+    __asm__("addq %2, %0\n\tadcq $0, %1" : "+&r"(low), "+&r"(high) : "rm"(b) : "cc")
+    Limb carry0 = 0, carry1 = 0, column = result[0];
+    for (Index i = 0; i < n; i++) {
+        Limb high0, low0, high1, low1;
+        multiplyWide(x[i], y0, &high0, &low0);
+        ORVEX_ADD_INTO(column, high0, low0);
+        ORVEX_ADD_INTO(column, high0, carry0);
+        result[i] = column;
+        carry0 = high0;
+        column = i + 1 < n ? result[i + 1] : 0;
+        multiplyWide(x[i], y1, &high1, &low1);
+        ORVEX_ADD_INTO(column, high1, low1);
+        ORVEX_ADD_INTO(column, high1, carry1);
+        carry1 = high1;
+    }
+    ORVEX_ADD_INTO(column, carry1, carry0);
+#  undef ORVEX_ADD_INTO
+    result[n] = column;
+    return carry1;
+#else
+    result[n] = multiplyAddLimb(result, x, n, y0);
+    return multiplyAddLimb(result + 1, x, n, y1);
+#endif
+}
+
 // result[0..n) -= x[0..n) * y; returns the limb borrowed from above the top.
 inline Limb multiplySubtractLimb(Limb *result, const Limb *x, Index n, Limb y)
 {
