@@ -83,6 +83,19 @@ struct Chunk
     }
 };
 
+// The digits of a chunk, least significant first: all `digits` of them when `full`, else up to
+// its top non-zero digit. Returns their count.
+template <unsigned constantBase = 0>
+unsigned splitChunk(Limb part, unsigned digits, bool full, Digit *out, unsigned base = constantBase)
+{
+    unsigned j = 0;
+    for (; j < digits && (full || part != 0); j++) {
+        out[j] = Digit(part % (constantBase ? constantBase : base));
+        part /= constantBase ? constantBase : base;
+    }
+    return j;
+}
+
 // Writes digits, splitting values by the squares of the chunk power.
 class DigitWriter
 {
@@ -130,10 +143,11 @@ private:
             Limb part = divisor.divide(w, w, n);
             while (n > 0 && w[n - 1] == 0)
                 n--;
-            for (unsigned j = 0; j < chunk.digits && (n > 0 || part != 0); j++) {
-                out[count++] = Digit(part % base);
-                part /= base;
-            }
+            // Decimal, the common base, divides by a constant: a multiplication, not a division.
+            if (base == 10)
+                count += splitChunk<10>(part, chunk.digits, n > 0, out + count);
+            else
+                count += splitChunk(part, chunk.digits, n > 0, out + count, base);
         }
         assert(pad == 0 || count <= pad);
         for (; count < pad; count++)
