@@ -29,9 +29,10 @@ public:
     // Where the multiplication changes method, in limbs of both operands (the shorter one, for
     // unequal lengths). Set from ORVEX_BENCH_CALIBRATE=1 bench_integers (2-core AMD EPYC, g++
     // -O2, median of 3), one Karatsuba step with halves by rows against rows alone: products of
-    // 32 limbs 3.08 us against 3.05 us, of 40 limbs 5.36 against 5.61, of 48 limbs 7.06 against
-    // 9.09; squares of 40 limbs 3.74 against 3.32, of 48 limbs 4.68 against 5.08, of 56 limbs
-    // 5.99 against 7.55.
+    // 32 limbs 2.46 us against 2.61 us, 40 limbs 3.17 against 3.24, 48 limbs 4.83 against 5.04,
+    // 56 limbs 6.50 against 6.02, 64 limbs 6.78 against 7.46, 80 limbs 11.5 against 14.0 (within
+    // the noise of a busy machine up to 64 limbs); squares of 40 limbs 2.10 us against 1.85 us,
+    // 48 limbs 2.95 against 2.89, 56 limbs 3.38 against 4.98.
     struct MultiplyThresholds
     {
         Index karatsuba;
