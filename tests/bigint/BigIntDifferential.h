@@ -32,22 +32,16 @@ typedef BigUnsigned U;
 typedef BigInteger I;
 
 // The program; past its end every byte reads 0.
-class Bytes
+struct Bytes
 {
-public:
-    Bytes(const std::uint8_t *data, std::size_t size) : data(data), size(size) {}
-    bool atEnd() const { return at >= size; }
+    const std::uint8_t *data;
+    std::size_t size, at;
     unsigned next() { return at < size ? data[at++] : 0; }
     unsigned pair()
     {
         const unsigned high = next();
         return high << 8 | next();
     }
-
-private:
-    const std::uint8_t *data;
-    std::size_t size;
-    std::size_t at = 0;
 };
 
 // A length byte (up to 12 blocks, one in sixteen from 80 to 230, past the Karatsuba threshold)
@@ -460,9 +454,9 @@ inline void Machine::numberTheoryStep(unsigned op)
 // Runs the program in data, up to 300 steps; a difference from GMP aborts with its name.
 inline void run(const std::uint8_t *data, std::size_t size)
 {
-    Bytes in(data, size);
+    Bytes in{data, size, 0};
     Machine machine;
-    for (int steps = 0; steps < 300 && !in.atEnd(); steps++)
+    for (int steps = 0; steps < 300 && in.at < in.size; steps++)
         machine.step(in);
 }
 

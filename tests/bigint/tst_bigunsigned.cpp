@@ -244,11 +244,6 @@ void tst_BigUnsigned::exhaustiveAgainstNative()
                 const B sum = x + y;
                 QVERIFY2(is(sum, a + b) && is(sum - x, b) && is(sum - y, a), where);
             }
-            if (a < b)
-                QVERIFY2(thrownText([&] {
-                             (void)(x - y);
-                         }) == negativeResult,
-                         where);
             if (a <= allOnes && b <= allOnes) {
                 const B product = x * y;
                 QVERIFY2(is(product, a * b) && (a == 0 || is(product / x, b)), where);
@@ -264,13 +259,9 @@ void tst_BigUnsigned::exhaustiveAgainstNative()
             QVERIFY2(is(x >> n, a >> n), where);
             if (a != 0 && (n == 0 || a >> (64 - n) == 0))
                 QVERIFY2(is(x << n, a << n) && is((x << n) >> n, a), where);
-            if (a != ~0ull) {
-                r = x;
-                ++r;
-                QVERIFY2(is(r, a + 1), where);
-                --r;
-                QVERIFY2(is(r, a), where);
-            }
+            r = x;
+            if (a != ~0ull)
+                QVERIFY2(is(++r, a + 1) && is(--r, a), where);
         }
     }
 }
