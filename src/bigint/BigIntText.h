@@ -3,6 +3,7 @@
 
 #include "bigint/BigInteger.h"
 #include "bigint/BigUnsigned.h"
+#include "orvexsupport_export.h"
 
 #include <ostream>
 #include <string>
@@ -14,21 +15,21 @@
 // texts of BigUnsignedInABase for a bad symbol.
 
 /// Decimal digits.
-std::string bigUnsignedToString(const BigUnsigned &x);
+ORVEXSUPPORT_EXPORT std::string bigUnsignedToString(const BigUnsigned &x);
 /// Decimal digits, with a leading "-" for a negative number.
-std::string bigIntegerToString(const BigInteger &x);
+ORVEXSUPPORT_EXPORT std::string bigIntegerToString(const BigInteger &x);
 /// Parses decimal digits; throws BigUnsignedInABase's text for a bad symbol.
-BigUnsigned stringToBigUnsigned(const std::string &s);
+ORVEXSUPPORT_EXPORT BigUnsigned stringToBigUnsigned(const std::string &s);
 /// Parses decimal digits after one leading "-" or "+" at most: a second sign character is a bad
 /// symbol.
-BigInteger stringToBigInteger(const std::string &s);
+ORVEXSUPPORT_EXPORT BigInteger stringToBigInteger(const std::string &s);
 
 /// Decimal, hexadecimal or octal as the stream's base flags say, tested in that order, with the
 /// "0x" or "0" prefix when the show-base flag is set; letters always upper case. Throws for a
 /// stream with no base flag.
-std::ostream &operator<<(std::ostream &os, const BigUnsigned &x);
+ORVEXSUPPORT_EXPORT std::ostream &operator<<(std::ostream &os, const BigUnsigned &x);
 /// As for BigUnsigned; the minus sign comes before the prefix.
-std::ostream &operator<<(std::ostream &os, const BigInteger &x);
+ORVEXSUPPORT_EXPORT std::ostream &operator<<(std::ostream &os, const BigInteger &x);
 
 /// @}
 

@@ -2,6 +2,7 @@
 #define ORVEX_BIGINT_BIGINTEGER_H
 
 #include "bigint/BigUnsigned.h"
+#include "orvexsupport_export.h"
 
 /// \addtogroup bigint
 /// @{
@@ -13,7 +14,7 @@
 /// noted below. Division rounds the quotient toward minus infinity, so a remainder takes the sign
 /// of the divisor. The arithmetic is in put-result-here form, the receiver may be an operand, and
 /// failures throw a const char * text. A plain value: one thread at a time.
-class BigInteger
+class ORVEXSUPPORT_EXPORT BigInteger
 {
 public:
     /// BigUnsigned's block.

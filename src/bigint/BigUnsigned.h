@@ -2,6 +2,7 @@
 #define ORVEX_BIGINT_BIGUNSIGNED_H
 
 #include "bigint/BlockArray.h"
+#include "orvexsupport_export.h"
 
 /// \addtogroup bigint
 /// @{
@@ -13,7 +14,7 @@
 /// below, which are kept on purpose. The arithmetic is in put-result-here form: the receiver gets
 /// the result and may be one of the operands. Failures throw a const char * text that names the
 /// operation. A plain value: one thread at a time.
-class BigUnsigned : public BlockArray<unsigned int>
+class ORVEXSUPPORT_EXPORT BigUnsigned : public BlockArray<unsigned int>
 {
 public:
     /// One block: 32 bits, also where `long` is 64.

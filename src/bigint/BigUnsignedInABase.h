@@ -3,6 +3,7 @@
 
 #include "bigint/BigUnsigned.h"
 #include "bigint/BlockArray.h"
+#include "orvexsupport_export.h"
 
 #include <string>
 
@@ -14,7 +15,7 @@
 ///
 /// Strings use the symbols 0-9 and A-Z (a-z accepted on input), so only bases up to 36 convert to
 /// and from text. Failures throw a const char * text. A plain value: one thread at a time.
-class BigUnsignedInABase : public BlockArray<unsigned short>
+class ORVEXSUPPORT_EXPORT BigUnsignedInABase : public BlockArray<unsigned short>
 {
 public:
     /// One digit, below the base.

@@ -1,6 +1,8 @@
 #ifndef ORVEX_CORE_ORVEXCORE_H
 #define ORVEX_CORE_ORVEXCORE_H
 
+#include "orvexcore_export.h"
+
 #include <QString>
 
 #include <ostream>
@@ -38,7 +40,7 @@ class TextLineComposer;
 /// The core library owns the composer of each level (see DefaultLogger()); the logger uses a
 /// composer only from its own thread.
 template <>
-class TextLineComposer<char>
+class ORVEXCORE_EXPORT TextLineComposer<char>
 {
 public:
     /// Virtual so that a host's composer is destroyed through this base.
@@ -59,16 +61,16 @@ public:
 };
 
 /// The composer serving `level`, or null when the level has none. The core library keeps ownership.
-TextLineComposer<char> *DefaultLogger(LogLevel level);
+ORVEXCORE_EXPORT TextLineComposer<char> *DefaultLogger(LogLevel level);
 
 /// Replaces the composer of `level`; null silences the level. The caller keeps ownership of
 /// `composer` and must restore the previous one before destroying it.
-void setDefaultLogger(LogLevel level, TextLineComposer<char> *composer);
+ORVEXCORE_EXPORT void setDefaultLogger(LogLevel level, TextLineComposer<char> *composer);
 
 /// The core library's internal helpers, which this library calls too; not for hosts.
 namespace Private {
 /// Writes `text` to `out` as UTF-8. `continuation` tells that the line already holds text.
-void printQString(std::ostream &out, const QString &text, bool continuation);
+ORVEXCORE_EXPORT void printQString(std::ostream &out, const QString &text, bool continuation);
 } // namespace Private
 
 /// @}

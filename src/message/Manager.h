@@ -2,6 +2,7 @@
 #define ORVEX_MESSAGE_MANAGER_H
 
 #include "message/Message.h"
+#include "orvexsupport_export.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -26,7 +27,7 @@ namespace Orvex {
 ///  4. close() deletes the singleton explicitly; nothing deletes it at process exit.
 ///
 /// Everything runs on the thread that created the singleton; there are no locks.
-class Manager : public QObject
+class ORVEXSUPPORT_EXPORT Manager : public QObject
 {
     Q_OBJECT
 

@@ -1,6 +1,8 @@
 #ifndef ORVEX_MESSAGE_MESSAGE_H
 #define ORVEX_MESSAGE_MESSAGE_H
 
+#include "orvexsupport_export.h"
+
 #include <QByteArray>
 #include <QVariant>
 
@@ -11,7 +13,7 @@
 ///
 /// Two element kinds exist: a byte string "<count>:<bytes>" and an integer "i<decimal>e". There
 /// are no separators and no terminator. A plain value: one thread at a time.
-class Message
+class ORVEXSUPPORT_EXPORT Message
 {
 public:
     /// Holds a null byte array, which the channel frames differently from an empty one.

@@ -1,6 +1,7 @@
 #ifndef ORVEX_SERVICE_QTSERVICEBASE_H
 #define ORVEX_SERVICE_QTSERVICEBASE_H
 
+#include "orvexsupport_export.h"
 #include "service/QtServiceController.h"
 
 #include <QByteArray>
@@ -27,7 +28,7 @@ class QtServiceBasePrivate;
 ///     and its file removed.
 ///
 /// One service object per process; everything runs on the main thread.
-class QtServiceBase
+class ORVEXSUPPORT_EXPORT QtServiceBase
 {
 public:
     /// The kind of a logMessage(): Error and Warning map to their syslog priorities, the rest is

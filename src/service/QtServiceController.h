@@ -1,6 +1,8 @@
 #ifndef ORVEX_SERVICE_QTSERVICECONTROLLER_H
 #define ORVEX_SERVICE_QTSERVICECONTROLLER_H
 
+#include "orvexsupport_export.h"
+
 #include <QString>
 #include <QStringList>
 #include <QtGlobal>
@@ -16,7 +18,7 @@ class QtServiceControllerPrivate;
 ///
 /// Holds nothing but the name; every call opens the registry or the socket afresh, so controllers
 /// may be created and dropped freely. Every call is synchronous and blocks its thread.
-class QtServiceController
+class ORVEXSUPPORT_EXPORT QtServiceController
 {
 public:
     /// How the service is meant to start; stored in the registry by number.
@@ -75,15 +77,15 @@ private:
 
 /// The control socket of a service: "/var/tmp/" + encodeName(serviceName, false) + "." + the login
 /// name of the process's real user.
-QString socketPath(const QString &serviceName);
+ORVEXSUPPORT_EXPORT QString socketPath(const QString &serviceName);
 
 /// The lower-case letters a to z and the digits of name; everything else is dropped.
 /// Deliberate: the name is lowered first, so allowUpper never changes the result.
-QString encodeName(const QString &name, bool allowUpper);
+ORVEXSUPPORT_EXPORT QString encodeName(const QString &name, bool allowUpper);
 
 /// Sends one command line to the service's control socket and waits, without a time limit, for the
 /// answer or the end of the connection. False at once when nobody listens; true only for "true".
-bool sendCmd(const QString &serviceName, const QString &command);
+ORVEXSUPPORT_EXPORT bool sendCmd(const QString &serviceName, const QString &command);
 
 /// @}
 

@@ -1,6 +1,8 @@
 #ifndef ORVEX_SERVICE_QTUNIXSERVERSOCKET_H
 #define ORVEX_SERVICE_QTUNIXSERVERSOCKET_H
 
+#include "orvexsupport_export.h"
+
 #include <QString>
 #include <QTcpServer>
 
@@ -16,7 +18,7 @@ class QObject;
 /// Life cycle: idle (path null) -> setPath() -> listening (path set) -> close() -> idle, the socket
 /// file removed. Destroying a listening server closes the descriptor but leaves the file, which the
 /// next setPath() on that path removes.
-class QtUnixServerSocket : public QTcpServer
+class ORVEXSUPPORT_EXPORT QtUnixServerSocket : public QTcpServer
 {
     Q_OBJECT
 

@@ -1,6 +1,8 @@
 #ifndef ORVEX_SERVICE_QTUNIXSOCKET_H
 #define ORVEX_SERVICE_QTUNIXSOCKET_H
 
+#include "orvexsupport_export.h"
+
 #include <QString>
 #include <QTcpSocket>
 
@@ -12,7 +14,7 @@ class QObject;
 /// The connecting end of a Unix-domain stream socket. connectTo() makes the connection itself with
 /// the POSIX calls and hands the connected descriptor to QTcpSocket; from then on reading, writing,
 /// signals and closing are Qt's own. An ordinary Qt object of the thread that created it.
-class QtUnixSocket : public QTcpSocket
+class ORVEXSUPPORT_EXPORT QtUnixSocket : public QTcpSocket
 {
     Q_OBJECT
 

@@ -1,6 +1,8 @@
 #ifndef ORVEX_UTIL_DOMVISITOR_H
 #define ORVEX_UTIL_DOMVISITOR_H
 
+#include "orvexsupport_export.h"
+
 #include <QDomElement>
 #include <QString>
 
@@ -18,7 +20,7 @@ namespace Orvex {
 /// costs it no stack.
 ///
 /// Deliberate: no virtual destructor; a visitor is never deleted through a pointer to this base.
-class DomVisitor
+class ORVEXSUPPORT_EXPORT DomVisitor
 {
 public:
     /// What a callback tells the walk. Any other value a callback returns counts as Continue.

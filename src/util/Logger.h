@@ -2,6 +2,7 @@
 #define ORVEX_UTIL_LOGGER_H
 
 #include "core/OrvexCore.h"
+#include "orvexsupport_export.h"
 
 #include <QEvent>
 #include <QObject>
@@ -14,7 +15,7 @@ namespace Orvex {
 
 /// One line on its way to the logger. Created on the heap by the posting functions and owned by
 /// Qt's event queue, which deletes it after delivery.
-class LogEvent : public QEvent
+class ORVEXSUPPORT_EXPORT LogEvent : public QEvent
 {
 public:
     /// An event of Qt's user event type carrying text and level.
@@ -39,7 +40,7 @@ public:
 ///
 /// Hosts call init() from the main thread before other threads log, so that lines are written
 /// there.
-class Logger : public QObject
+class ORVEXSUPPORT_EXPORT Logger : public QObject
 {
 public:
     ~Logger() override;

@@ -1,6 +1,8 @@
 #ifndef ORVEX_UTIL_UTILS_H
 #define ORVEX_UTIL_UTILS_H
 
+#include "orvexsupport_export.h"
+
 #include <QByteArray>
 #include <QDomElement>
 #include <QString>
@@ -12,7 +14,7 @@ namespace Orvex {
 
 /// Stateless helpers: URL-safe Base64, MD5 as hexadecimal text, a child element's text. None of
 /// them fails or reports an error; all are reentrant.
-class Utils
+class ORVEXSUPPORT_EXPORT Utils
 {
 public:
     /// Base64 with "-" for "+" and "_" for "/".
