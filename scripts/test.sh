@@ -4,6 +4,7 @@
 #   scripts/test.sh --sanitize   AddressSanitizer and UndefinedBehaviorSanitizer build in build-asan/
 #   scripts/test.sh --valgrind   every test program under valgrind's memcheck, build in build-valgrind/
 #   scripts/test.sh --tsan       ThreadSanitizer build (clang) of the tests that run threads, in build-tsan/
+# Warnings are errors when ORVEX_WERROR=ON is in the environment, or under CI (CI=true).
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 source "$root/scripts/deps.sh"
@@ -62,6 +63,14 @@ case "$mode" in
         options=(-DCMAKE_BUILD_TYPE=Debug)
         ;;
 esac
+
+werror=OFF
+if [ -n "${ORVEX_WERROR:-}" ]; then
+    werror=$ORVEX_WERROR
+elif [ "${CI:-}" = true ]; then
+    werror=ON
+fi
+options+=("-DORVEX_WERROR=$werror")
 
 cmake -S "$root" -B "$build" "${options[@]}"
 if [ ${#tests[@]} -gt 0 ]; then
