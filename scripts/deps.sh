@@ -20,3 +20,7 @@ orvex_require_packages() {
 
 # What building and testing the library needs on Debian 12.
 orvex_build_packages=(cmake make g++ pkg-config qtbase5-dev libgmp-dev)
+
+# What the tests need beyond the build: qmake and dpkg's tools for the package test, libabigail's
+# tools for the binary interface check.
+orvex_test_packages=(qt5-qmake dpkg-dev abigail-tools)

@@ -18,7 +18,7 @@ case "${1:-}" in
     *) echo "usage: $0 [--sanitize | --valgrind | --tsan]" >&2; exit 2 ;;
 esac
 
-packages=("${orvex_build_packages[@]}")
+packages=("${orvex_build_packages[@]}" "${orvex_test_packages[@]}")
 case "$mode" in
     valgrind) packages+=(valgrind) ;;
     tsan) packages+=(clang) ;;
