@@ -163,10 +163,12 @@ void tst_ServiceBase::commandProtocol()
         QTRY_COMPARE_WITH_TIMEOUT(arrivals.count(), i + 1, 5000);
     }
     // Replies are written and flushed within the slot, so they are all there by now.
-    QByteArray received(64, '\0');
+    // Read into a plain array: g++ 12 at -O3 takes QByteArray::data() for its 24-byte header and
+    // warns of an overflow that cannot happen.
+    char buffer[64];
     pollfd entry = {ends[1], POLLIN, 0};
-    const ssize_t n = ::poll(&entry, 1, 0) == 1 ? ::read(ends[1], received.data(), 64) : 0;
-    received.truncate(int(qMax<ssize_t>(n, 0)));
+    const ssize_t n = ::poll(&entry, 1, 0) == 1 ? ::read(ends[1], buffer, sizeof buffer) : 0;
+    const QByteArray received(buffer, int(qMax<ssize_t>(n, 0)));
     ::close(ends[1]);
     QCOMPARE(received, reply);
     QCOMPARE(service.calls, calls);
