@@ -4,6 +4,7 @@
 #   scripts/test.sh --sanitize   AddressSanitizer and UndefinedBehaviorSanitizer build in build-asan/
 #   scripts/test.sh --valgrind   every test program under valgrind's memcheck, build in build-valgrind/
 #   scripts/test.sh --tsan       ThreadSanitizer build (clang) of the tests that run threads, in build-tsan/
+#   scripts/test.sh --clang      clang++ Release build in build-clang/
 # Warnings are errors when ORVEX_WERROR=ON is in the environment, or under CI (CI=true).
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -15,13 +16,14 @@ case "${1:-}" in
     --sanitize) mode=sanitize ;;
     --valgrind) mode=valgrind ;;
     --tsan) mode=tsan ;;
-    *) echo "usage: $0 [--sanitize | --valgrind | --tsan]" >&2; exit 2 ;;
+    --clang) mode=clang ;;
+    *) echo "usage: $0 [--sanitize | --valgrind | --tsan | --clang]" >&2; exit 2 ;;
 esac
 
 packages=("${orvex_build_packages[@]}" "${orvex_test_packages[@]}")
 case "$mode" in
     valgrind) packages+=(valgrind) ;;
-    tsan) packages+=(clang) ;;
+    tsan | clang) packages+=(clang) ;;
 esac
 orvex_require_packages "${packages[@]}"
 
@@ -57,6 +59,12 @@ case "$mode" in
         # the logger's writers and the visitor on a small stack. (The message tests' stand-in
         # service locks with QMutex, which the sanitizer cannot see inside Qt.)
         tests=(tst_logger tst_domvisitor)
+        ;;
+    clang)
+        # The compiler family the product ships with, optimised: its warnings and the optimiser's.
+        build="$root/build-clang"
+        export CXX=clang++
+        options=(-DCMAKE_BUILD_TYPE=Release)
         ;;
     *)
         build="$root/build"
