@@ -62,21 +62,20 @@ public:
 
     void onVisitStarted(const QDomElement &) override
     {
-        check(!started && !ended && errors == 0, "!started && !ended && errors == 0");
+        CHECK(!started && !ended && errors == 0);
         started = true;
     }
     void onVisitEnded(VisitCmd result) override
     {
-        check(started && !ended, "started && !ended");
-        check(result == (stopped ? Stop : Continue), "result == (stopped ? Stop : Continue)");
+        CHECK(started && !ended);
+        CHECK(result == (stopped ? Stop : Continue));
         if (!stopped)
-            check(open.empty(), "open.empty()");
+            CHECK(open.empty());
         ended = true;
     }
     VisitCmd onElement(const QDomElement &element) override
     {
-        check(started && !ended && !stopped && !element.isNull(),
-              "started && !ended && !stopped && !element.isNull()");
+        CHECK(started && !ended && !stopped && !element.isNull());
         const VisitCmd command = next();
         if (command == Stop)
             stopped = true;
@@ -86,8 +85,7 @@ public:
     }
     VisitCmd onEndElement(const QDomElement &element) override
     {
-        check(started && !ended && !stopped && !open.empty() && open.back() == element,
-              "started && !ended && !stopped && !open.empty() && open.back() == element");
+        CHECK(started && !ended && !stopped && !open.empty() && open.back() == element);
         open.pop_back();
         const VisitCmd command = next();
         stopped = command == Stop;
@@ -95,8 +93,7 @@ public:
     }
     void onError(const QString &message) override
     {
-        check(!started && errors == 0 && !message.isEmpty(),
-              "!started && errors == 0 && !message.isEmpty()");
+        CHECK(!started && errors == 0 && !message.isEmpty());
         ++errors;
         error = message;
     }
@@ -130,18 +127,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     Checker checker(data[0]);
     const QString result = checker.visit(text);
     const QString refused = Orvex::DomGuard::refusal(text);
-    check(!result.isNull(), "!result.isNull()");
+    CHECK(!result.isNull());
     if (result.isEmpty()) {
-        check(checker.started && checker.ended && checker.errors == 0,
-              "checker.started && checker.ended && checker.errors == 0");
+        CHECK(checker.started && checker.ended && checker.errors == 0);
     } else {
-        check(!checker.started && checker.errors == 1 && checker.error == result,
-              "!checker.started && checker.errors == 1 && checker.error == result");
+        CHECK(!checker.started && checker.errors == 1 && checker.error == result);
         if (result != refused) {
             QString message;
-            check(!QDomDocument().setContent(text, &message, nullptr, nullptr),
-                  "!QDomDocument().setContent(text, &message, nullptr, nullptr)");
-            check(message == result, "message == result");
+            CHECK(!QDomDocument().setContent(text, &message, nullptr, nullptr));
+            CHECK(message == result);
         }
     }
 
@@ -163,7 +157,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     QXmlInputSource source;
     source.setData(text);
     reader.parse(&source, false);
-    check(reached.deepest <= guard.depth, "reached.deepest <= guard.depth");
-    check(reached.delivered <= guard.expandedSize, "reached.delivered <= guard.expandedSize");
+    CHECK(reached.deepest <= guard.depth);
+    CHECK(reached.delivered <= guard.expandedSize);
     return 0;
 }

@@ -14,4 +14,7 @@ inline void check(bool condition, const char *what)
     std::abort();
 }
 
+// A check that names its own condition.
+#define CHECK(condition) check((condition), #condition)
+
 #endif // ORVEX_TESTS_CHECK_H

@@ -1,31 +1,8 @@
-#include "service/QtServiceBase.h"
-#include "service/QtServicePrivate.h"
+#include "service/helpers/CommandPeer.h"
 
 #include <QtTest>
 
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 namespace {
-
-// Records the calls the command server makes.
-class RecordingService : public QtServiceBase
-{
-public:
-    RecordingService(const QString &name) : QtServiceBase(0, nullptr, name) {}
-
-    QStringList calls;
-
-protected:
-    void start() override {}
-    void stop() override { calls << QStringLiteral("stop"); }
-    void pause() override { calls << QStringLiteral("pause"); }
-    void resume() override { calls << QStringLiteral("resume"); }
-    void processCommand(int code) override { calls << QString::number(code); }
-    void makeApplication(int &, char **) override {}
-    int execApplication() override { return 0; }
-};
 
 QStringList warnings;
 
@@ -150,26 +127,20 @@ void tst_ServiceBase::commandProtocol()
     RecordingService service(QStringLiteral("protocol"));
     QtServiceSysPrivate server;
     server.serviceFlags = QtServiceBase::ServiceFlags(flags);
-    int ends[2];
-    QCOMPARE(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
-    server.incomingConnection(ends[0]);
+    const int peer = adoptedPeer(server);
+    QVERIFY(peer >= 0);
     auto *connection = server.findChild<QTcpSocket *>();
     QVERIFY(connection);
     QSignalSpy arrivals(connection, &QIODevice::readyRead);
     // One chunk at a time: each is read before the next is written.
     for (int i = 0; i < chunks.size(); ++i) {
-        QCOMPARE(::write(ends[1], chunks.at(i).constData(), size_t(chunks.at(i).size())),
+        QCOMPARE(::write(peer, chunks.at(i).constData(), size_t(chunks.at(i).size())),
                  ssize_t(chunks.at(i).size()));
         QTRY_COMPARE_WITH_TIMEOUT(arrivals.count(), i + 1, 5000);
     }
     // Replies are written and flushed within the slot, so they are all there by now.
-    // Read into a plain array: g++ 12 at -O3 takes QByteArray::data() for its 24-byte header and
-    // warns of an overflow that cannot happen.
-    char buffer[64];
-    pollfd entry = {ends[1], POLLIN, 0};
-    const ssize_t n = ::poll(&entry, 1, 0) == 1 ? ::read(ends[1], buffer, sizeof buffer) : 0;
-    const QByteArray received(buffer, int(qMax<ssize_t>(n, 0)));
-    ::close(ends[1]);
+    const QByteArray received = readAvailable(peer);
+    ::close(peer);
     QCOMPARE(received, reply);
     QCOMPARE(service.calls, calls);
 }

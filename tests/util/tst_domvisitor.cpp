@@ -132,35 +132,19 @@ void tst_DomVisitor::walk_data()
     QTest::addColumn<QString>("steer");
     QTest::addColumn<QString>("expected");
     const QString full = "{a " + treeTrace + " }0";
-    QTest::newRow("plain tree, only elements") << ""
-                                               << "" << full;
-    QTest::newRow("skip at the root") << ""
-                                      << "<a=2"
-                                      << "{a <a }0";
-    QTest::newRow("skip deeper") << ""
-                                 << "<b=2"
-                                 << "{a <a <b <e <h >h >e <f <g >g >f >a }0";
-    QTest::newRow("stop in onElement") << ""
-                                       << "<c=1"
-                                       << "{a <a <b <c }1";
-    QTest::newRow("stop in a deep onEndElement") << ""
-                                                 << ">c=1"
-                                                 << "{a <a <b <c >c }1";
-    QTest::newRow("skip from onEndElement goes on") << ""
-                                                    << ">b=2" << full;
-    QTest::newRow("3 from onElement goes on") << ""
-                                              << "<b=3" << full;
-    QTest::newRow("3 from onEndElement goes on") << ""
-                                                 << ">c=3" << full;
-    QTest::newRow("second of three siblings") << "e"
-                                              << ""
-                                              << "{e <e <h >h >e <f <g >g >f }0";
-    QTest::newRow("stop in a later sibling") << "e"
-                                             << "<g=1"
-                                             << "{e <e <h >h >e <f <g }1";
-    QTest::newRow("null element") << "null"
-                                  << ""
-                                  << "{ }0";
+    const auto row = [](const char *what, const char *start, const char *steer,
+                        const QString &expected) {
+        QTest::newRow(what) << QString(start) << QString(steer) << expected;
+    };
+    row("plain tree, only elements", "", "", full);
+    row("skip at the root", "", "<a=2", "{a <a }0");
+    row("skip deeper", "", "<b=2", "{a <a <b <e <h >h >e <f <g >g >f >a }0");
+    row("skip from onEndElement goes on", "", ">b=2", full);
+    row("3 from onElement goes on", "", "<b=3", full);
+    row("3 from onEndElement goes on", "", ">c=3", full);
+    row("second of three siblings", "e", "", "{e <e <h >h >e <f <g >g >f }0");
+    row("stop in a later sibling", "e", "<g=1", "{e <e <h >h >e <f <g }1");
+    row("null element", "null", "", "{ }0");
 }
 
 void tst_DomVisitor::walk()
@@ -291,53 +275,46 @@ void tst_DomVisitor::hostileDocument_data()
     const QString entity = "DomVisitor: parameter and external entities are refused";
     const QString unreadable = "DomVisitor: unreadable document type declaration refused";
     const QString opens = QStringLiteral("<e>").repeated(300);
-    QTest::newRow("markup entity used within itself")
-            << "<!DOCTYPE r [<!ENTITY b '" + opens + "&b;'>]><r>&b;</r>" << markup << "";
-    QTest::newRow("markup spelt through a parameter entity")
-            << "<!DOCTYPE r [<!ENTITY % p '&#38;#60;e>'><!ENTITY g '"
-                    + QStringLiteral("%p;").repeated(300) + "'>]><r>&g;"
-                    + QStringLiteral("</e>").repeated(300) + "</r>"
-            << entity << "";
+    const auto row = [](const char *what, const QString &xml, const QString &result,
+                        const QString &elements = QString()) {
+        QTest::newRow(what) << xml << result << elements;
+    };
+    row("markup entity used within itself",
+        "<!DOCTYPE r [<!ENTITY b '" + opens + "&b;'>]><r>&b;</r>", markup);
+    row("markup spelt through a parameter entity",
+        "<!DOCTYPE r [<!ENTITY % p '&#38;#60;e>'><!ENTITY g '" + QStringLiteral("%p;").repeated(300)
+                + "'>]><r>&g;" + QStringLiteral("</e>").repeated(300) + "</r>",
+        entity);
     const QString repeated = "<!DOCTYPE r [<!ENTITY b '" + QString(4000, 'x') + "'>]><r>"
             + QStringLiteral("&b;").repeated(100) + "</r>";
-    QTest::newRow("text entity used past the size bound")
-            << repeated
-            << QString("DomVisitor: entity references expand past %1 characters")
-                       .arg(4 * repeated.size() + 65536)
-            << "";
-    QTest::newRow("character reference in an entity")
-            << "<!DOCTYPE r [<!ENTITY b '&#60;e/>'>]><r>&b;</r>" << markup << "";
-    QTest::newRow("entities within entities")
-            << "<!DOCTYPE r [<!ENTITY a 'ha'><!ENTITY b '&a;&a;'>]><r>&b;</r>" << markup << "";
-    QTest::newRow("reference in an attribute default")
-            << "<!DOCTYPE r [<!ENTITY a 'ha'><!ATTLIST r x CDATA '&a;'>]><r/>" << markup << "";
-    QTest::newRow("external entity")
-            << "<!DOCTYPE r [<!ENTITY b SYSTEM 'file:///etc/hostname'>]><r>&b;</r>" << entity << "";
-    QTest::newRow("parameter entity reference") << "<!DOCTYPE r [%p;]><r/>" << entity << "";
-    QTest::newRow("declaration in other words")
-            << "<!DOCTYPE r [<!entity b '<e>'>]><r>&b;</r>" << unreadable << "";
-    QTest::newRow("document type after the root")
-            << "<r/><!DOCTYPE r [<!ENTITY b '<e>'>]>" << markup << "";
-    QTest::newRow("plain-text entities")
-            << "<!DOCTYPE r [<!ENTITY b \"it's\"><!ENTITY c 'a \"b\" > c'>]>"
-               "<r a='&b;'>&c;<e/>&b;</r>"
-            << ""
-            << "<r <e >e >r";
-    QTest::newRow("text entity used often within the size bound")
-            << "<!DOCTYPE r [<!ENTITY b '" + QString(50, 'x') + "'>]><r>"
-                    + QStringLiteral("&b;<e/>").repeated(1000) + "</r>"
-            << ""
-            << "<r" + QStringLiteral(" <e >e").repeated(1000) + " >r";
-    QTest::newRow("declarations hidden in comments, instructions and sections")
-            << "<!DOCTYPE r SYSTEM 'r.dtd' [<!-- <!ENTITY b '<e>'> --><?p <!ENTITY % c 'x'>?>]><r>"
-               "<![CDATA[<!DOCTYPE r [<!ENTITY b '<e>'>]>]]><!--<!ENTITY b '<e>'>-->&b;</r>"
-            << ""
-            << "<r >r";
-    QTest::newRow("element, attribute and notation declarations")
-            << "<!DOCTYPE r [<!ELEMENT r ANY><!ATTLIST r a CDATA 'x>]y'><!NOTATION n SYSTEM 'n'>]>"
-               "<r/>"
-            << ""
-            << "<r >r";
+    row("text entity used past the size bound", repeated,
+        QString("DomVisitor: entity references expand past %1 characters")
+                .arg(4 * repeated.size() + 65536));
+    row("character reference in an entity", "<!DOCTYPE r [<!ENTITY b '&#60;e/>'>]><r>&b;</r>",
+        markup);
+    row("entities within entities", "<!DOCTYPE r [<!ENTITY a 'ha'><!ENTITY b '&a;&a;'>]><r>&b;</r>",
+        markup);
+    row("reference in an attribute default",
+        "<!DOCTYPE r [<!ENTITY a 'ha'><!ATTLIST r x CDATA '&a;'>]><r/>", markup);
+    row("external entity", "<!DOCTYPE r [<!ENTITY b SYSTEM 'file:///etc/hostname'>]><r>&b;</r>",
+        entity);
+    row("parameter entity reference", "<!DOCTYPE r [%p;]><r/>", entity);
+    row("declaration in other words", "<!DOCTYPE r [<!entity b '<e>'>]><r>&b;</r>", unreadable);
+    row("document type after the root", "<r/><!DOCTYPE r [<!ENTITY b '<e>'>]>", markup);
+    row("plain-text entities",
+        "<!DOCTYPE r [<!ENTITY b \"it's\"><!ENTITY c 'a \"b\" > c'>]><r a='&b;'>&c;<e/>&b;</r>", "",
+        "<r <e >e >r");
+    row("text entity used often within the size bound",
+        "<!DOCTYPE r [<!ENTITY b '" + QString(50, 'x') + "'>]><r>"
+                + QStringLiteral("&b;<e/>").repeated(1000) + "</r>",
+        "", "<r" + QStringLiteral(" <e >e").repeated(1000) + " >r");
+    row("declarations hidden in comments, instructions and sections",
+        "<!DOCTYPE r SYSTEM 'r.dtd' [<!-- <!ENTITY b '<e>'> --><?p <!ENTITY % c 'x'>?>]><r>"
+        "<![CDATA[<!DOCTYPE r [<!ENTITY b '<e>'>]>]]><!--<!ENTITY b '<e>'>-->&b;</r>",
+        "", "<r >r");
+    row("element, attribute and notation declarations",
+        "<!DOCTYPE r [<!ELEMENT r ANY><!ATTLIST r a CDATA 'x>]y'><!NOTATION n SYSTEM 'n'>]><r/>",
+        "", "<r >r");
 }
 
 void tst_DomVisitor::hostileDocument()
