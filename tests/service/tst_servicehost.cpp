@@ -372,23 +372,21 @@ void tst_ServiceHost::hostileInput_data()
     QTest::addColumn<QString>("operation");
     QTest::addColumn<QByteArray>("err");
     const QByteArray refused = ". A service name must not be empty or contain '/' or '\\'.\n";
-    QTest::newRow("empty name: uninstall refused") << ""
-                                                   << "uninstall"
-                                                   << "Cannot uninstall \"\"" + refused;
-    QTest::newRow("backslash: uninstall refused") << "Alpha\\"
-                                                  << "uninstall"
-                                                  << "Cannot uninstall \"Alpha\\\"" + refused;
-    QTest::newRow("path: install refused") << "Alpha/Sub"
-                                           << "install"
-                                           << "Cannot install \"Alpha/Sub\"" + refused
-                    + "The service Alpha/Sub could not be installed\n";
-    QTest::newRow("path: no other record read") << "Alpha/"
-                                                << "read" << QByteArray();
-    QTest::newRow("1,000 status queries of a running service") << name << "status" << QByteArray();
-    QTest::newRow("64 MB streamed into a queued connection") << name << "stream" << QByteArray();
-    QTest::newRow("4 MB without a line end, in 256-byte chunks")
-            << name << "long line" << QByteArray();
-    QTest::newRow("256 Ki lines in one chunk") << name << "many lines" << QByteArray();
+    const auto row = [](const char *what, const QString &serviceName, const char *operation,
+                        const QByteArray &err = QByteArray()) {
+        QTest::newRow(what) << serviceName << operation << err;
+    };
+    row("empty name: uninstall refused", "", "uninstall", "Cannot uninstall \"\"" + refused);
+    row("backslash: uninstall refused", "Alpha\\", "uninstall",
+        "Cannot uninstall \"Alpha\\\"" + refused);
+    row("path: install refused", "Alpha/Sub", "install",
+        "Cannot install \"Alpha/Sub\"" + refused
+                + "The service Alpha/Sub could not be installed\n");
+    row("path: no other record read", "Alpha/", "read");
+    row("1,000 status queries of a running service", name, "status");
+    row("64 MB streamed into a queued connection", name, "stream");
+    row("4 MB without a line end, in 256-byte chunks", name, "long line");
+    row("256 Ki lines in one chunk", name, "many lines");
 }
 
 // Another service's record is there; no name may reach it, and a status query never jams.
