@@ -37,9 +37,9 @@ run_host("${WORK_DIR}/build/support_only_pkgconfig")
 file(GLOB pcFile "${prefix}/lib*/pkgconfig/orvexsupport.pc" "${prefix}/lib/*/pkgconfig/orvexsupport.pc")
 get_filename_component(pcDir "${pcFile}" DIRECTORY)
 file(MAKE_DIRECTORY "${WORK_DIR}/qmake")
-execute_process(COMMAND "${CMAKE_COMMAND}" -E env "PKG_CONFIG_PATH=${pcDir}"
-                        "${QMAKE}" "QMAKE_CXX=${CXX_COMPILER}" "QMAKE_LINK=${CXX_COMPILER}"
-                        "${CONSUMER_DIR}/qmake/support_only.pro"
+# qmake builds with its own mkspec's compiler; a CXX in the environment confuses its probe.
+execute_process(COMMAND "${CMAKE_COMMAND}" -E env --unset=CXX "PKG_CONFIG_PATH=${pcDir}"
+                        "${QMAKE}" "${CONSUMER_DIR}/qmake/support_only.pro"
                 WORKING_DIRECTORY "${WORK_DIR}/qmake" RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
     message(FATAL_ERROR "qmake failed (${result})")
