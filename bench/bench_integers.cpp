@@ -5,6 +5,7 @@
 // ORVEX_BENCH_CALIBRATE=1 runs the calibrations instead (a filter picks among them), which set
 // the thresholds of the multiplication, the text conversions and gcd.
 #include "RatioReporter.h"
+#include "common/GmpValue.h"
 
 #include <bigint/BigInt.h>
 #include <bigint/BigUnsignedInABase_p.h>
@@ -12,7 +13,6 @@
 #include <bigint/NumberTheory_p.h>
 
 #include <boost/multiprecision/cpp_int.hpp>
-#include <gmp.h>
 
 #include <cstdlib>
 #include <random>
@@ -57,20 +57,10 @@ BoostInt toBoost(const Blocks &b)
     return x;
 }
 
-// An mpz_t that clears itself.
-struct Mpz
+mpz_class toGmp(const Blocks &b)
 {
-    mpz_t value;
-    Mpz() { mpz_init(value); }
-    explicit Mpz(const Blocks &b)
-    {
-        mpz_init(value);
-        mpz_import(value, b.size(), -1, sizeof(unsigned), 0, 0, b.data());
-    }
-    ~Mpz() { mpz_clear(value); }
-    Mpz(const Mpz &) = delete;
-    Mpz &operator=(const Mpz &) = delete;
-};
+    return toGmp(toOrvex(b));
+}
 
 // multiply: two n-bit values.
 void multiplyOrvex(benchmark::State &state)
@@ -90,10 +80,10 @@ void multiplyOrvex(benchmark::State &state)
 void multiplyGmp(benchmark::State &state)
 {
     const unsigned n = unsigned(state.range(0));
-    Mpz a(randomBlocks(n, 1)), b(randomBlocks(n, 2)), r;
+    mpz_class a = toGmp(randomBlocks(n, 1)), b = toGmp(randomBlocks(n, 2)), r;
     for (auto _ : state) {
-        mpz_mul(r.value, a.value, b.value);
-        benchmark::DoNotOptimize(r.value);
+        mpz_mul(r.get_mpz_t(), a.get_mpz_t(), b.get_mpz_t());
+        benchmark::DoNotOptimize(r.get_mpz_t());
     }
 }
 
@@ -217,10 +207,10 @@ void divideOrvex(benchmark::State &state)
 void divideGmp(benchmark::State &state)
 {
     const unsigned n = unsigned(state.range(0));
-    Mpz a(randomBlocks(2 * n, 3)), b(randomBlocks(n, 4)), q, r;
+    mpz_class a = toGmp(randomBlocks(2 * n, 3)), b = toGmp(randomBlocks(n, 4)), q, r;
     for (auto _ : state) {
-        mpz_tdiv_qr(q.value, r.value, a.value, b.value);
-        benchmark::DoNotOptimize(q.value);
+        mpz_tdiv_qr(q.get_mpz_t(), r.get_mpz_t(), a.get_mpz_t(), b.get_mpz_t());
+        benchmark::DoNotOptimize(q.get_mpz_t());
     }
 }
 
@@ -251,11 +241,12 @@ void modexpOrvex(benchmark::State &state)
 void modexpGmp(benchmark::State &state)
 {
     const unsigned n = unsigned(state.range(0));
-    Mpz base(randomBlocks(n, 5)), exponent(randomBlocks(n, 6)), modulus(randomBlocks(n, 7, true));
-    Mpz r;
+    mpz_class base = toGmp(randomBlocks(n, 5)), exponent = toGmp(randomBlocks(n, 6)),
+              modulus = toGmp(randomBlocks(n, 7, true));
+    mpz_class r;
     for (auto _ : state) {
-        mpz_powm(r.value, base.value, exponent.value, modulus.value);
-        benchmark::DoNotOptimize(r.value);
+        mpz_powm(r.get_mpz_t(), base.get_mpz_t(), exponent.get_mpz_t(), modulus.get_mpz_t());
+        benchmark::DoNotOptimize(r.get_mpz_t());
     }
 }
 
@@ -282,10 +273,10 @@ void gcdOrvex(benchmark::State &state)
 void gcdGmp(benchmark::State &state)
 {
     const unsigned n = unsigned(state.range(0));
-    Mpz a(randomBlocks(n, 8)), b(randomBlocks(n, 9)), r;
+    mpz_class a = toGmp(randomBlocks(n, 8)), b = toGmp(randomBlocks(n, 9)), r;
     for (auto _ : state) {
-        mpz_gcd(r.value, a.value, b.value);
-        benchmark::DoNotOptimize(r.value);
+        mpz_gcd(r.get_mpz_t(), a.get_mpz_t(), b.get_mpz_t());
+        benchmark::DoNotOptimize(r.get_mpz_t());
     }
 }
 
@@ -327,10 +318,10 @@ void toTextOrvex(benchmark::State &state)
 
 void toTextGmp(benchmark::State &state)
 {
-    Mpz x(randomBlocks(unsigned(state.range(0)), 10));
-    std::vector<char> text(mpz_sizeinbase(x.value, 10) + 2);
+    mpz_class x = toGmp(randomBlocks(unsigned(state.range(0)), 10));
+    std::vector<char> text(mpz_sizeinbase(x.get_mpz_t(), 10) + 2);
     for (auto _ : state)
-        benchmark::DoNotOptimize(mpz_get_str(text.data(), 10, x.value));
+        benchmark::DoNotOptimize(mpz_get_str(text.data(), 10, x.get_mpz_t()));
 }
 
 void toTextBoost(benchmark::State &state)
@@ -356,10 +347,10 @@ void fromTextOrvex(benchmark::State &state)
 void fromTextGmp(benchmark::State &state)
 {
     const std::string text = decimalText(unsigned(state.range(0)));
-    Mpz x;
+    mpz_class x;
     for (auto _ : state) {
-        mpz_set_str(x.value, text.c_str(), 10);
-        benchmark::DoNotOptimize(x.value);
+        mpz_set_str(x.get_mpz_t(), text.c_str(), 10);
+        benchmark::DoNotOptimize(x.get_mpz_t());
     }
 }
 
