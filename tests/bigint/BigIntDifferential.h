@@ -264,30 +264,24 @@ inline void Machine::unsignedStep(unsigned op, Bytes &in)
         const Blocks blocks = blocksOf(magnitude) << 0;
         s[d] = form & 8 ? I(blocks.constData(), I::Index(blocks.size()), I::Sign(sign))
                         : I(magnitude, I::Sign(sign));
-        expect(s[d], sign < 0 ? mpz_class(-toGmp(magnitude)) : toGmp(magnitude), "sign checked");
-        break;
+        return expect(s[d], sign < 0 ? mpz_class(-toGmp(magnitude)) : toGmp(magnitude),
+                      "sign checked");
     }
     case 2: {
         // A product plus a short value: a dividend that gives long division work to do.
         const U extra = operand(in);
         u[d].multiply(u[a], u[b]);
-        expect(u[d], x * y, "multiply");
-        u[d] += extra;
-        expect(u[d], x * y + toGmp(extra), "add");
-        break;
+        return expect(u[d] += extra, x * y + toGmp(extra), "multiply, add");
     }
     case 3:
         binary(u, &U::bitAnd, std::bit_and<U>(), &U::operator&=);
-        expect(u[d], x & y, "and");
-        break;
+        return expect(u[d], x & y, "and");
     case 4:
         binary(u, &U::bitOr, std::bit_or<U>(), &U::operator|=);
-        expect(u[d], x | y, "or");
-        break;
+        return expect(u[d], x | y, "or");
     case 5:
         binary(u, &U::bitXor, std::bit_xor<U>(), &U::operator^=);
-        expect(u[d], x ^ y, "xor");
-        break;
+        return expect(u[d], x ^ y, "xor");
     case 6: {
         const int n = form >= 0xF8 ? INT_MIN : int(in.pair() % 1600) - 300;
         const bool left = form & 1;
@@ -306,8 +300,8 @@ inline void Machine::unsignedStep(unsigned op, Bytes &in)
             check(toGmp(u[d]) == 0 && u[d].getLength() == unsigned(leftBy) / 32, "zero shifted");
             u[d] = U();
         }
-        expect(u[d], leftBy >= 0 ? mpz_class(x << leftBy) : mpz_class(x >> -leftBy), "shift");
-        break;
+        return expect(u[d], leftBy >= 0 ? mpz_class(x << leftBy) : mpz_class(x >> -leftBy),
+                      "shift");
     }
     case 7: {
         const unsigned bit = in.pair() % 1100;
@@ -326,15 +320,11 @@ inline void Machine::unsignedStep(unsigned op, Bytes &in)
             const mpz_class place = mpz_class(1) << (bit / 32 * 32);
             expected += (block - (expected / place) % (mpz_class(1) << 32)) * place;
         }
-        expect(u[d], expected, "setBit, setBlock");
-        break;
+        return expect(u[d], expected, "setBit, setBlock");
     }
     default:
         check(comparesAs(s[a], s[b], signOf(cmp(before[4 + a], before[4 + b]))), "signed compare");
-        if (form & 1)
-            s[d].negate(s[a]);
-        else
-            s[d] = -s[a];
+        form & 1 ? s[d].negate(s[a]) : void(s[d] = -s[a]);
         expect(s[d], -before[4 + a], "negate");
     }
 }
@@ -351,14 +341,12 @@ inline void Machine::textStep(unsigned op, Bytes &in)
         for (std::size_t i = 0; i < text.size(); i++)
             text[i] = in.next() & 1 ? char(text[i] | 0x20) : text[i];
         text.insert(0, form >> 6, '0');
-        expect(u[d] = U(BigUnsignedInABase(text, base)), x, "from text");
-        break;
+        return expect(u[d] = U(BigUnsignedInABase(text, base)), x, "from text");
     }
     case 1: {
         const mpz_class &sx = before[4 + a];
         check(bigIntegerToString(s[a]) == sx.get_str(10), "decimal text");
-        expect(s[d] = stringToBigInteger(sx.get_str(10)), sx, "from decimal text");
-        break;
+        return expect(s[d] = stringToBigInteger(sx.get_str(10)), sx, "from decimal text");
     }
     case 2: {
         // Any base up to 65535: the digits, least significant first, are GMP's.
@@ -372,8 +360,7 @@ inline void Machine::textStep(unsigned op, Bytes &in)
                   "digits");
         }
         check(rest == 0 && digits.getBase() == base, "digit count");
-        expect(u[d] = U(digits), x, "digits to number");
-        break;
+        return expect(u[d] = U(digits), x, "digits to number");
     }
     default: {
         // Symbols from the program, mostly digits and letters, in bases 0 to 39, or in decimal
@@ -405,9 +392,7 @@ inline void Machine::numberTheoryStep(unsigned op)
     const mpz_class &x = before[a], &y = before[b], &sx = before[4 + a], &sy = before[4 + b];
     switch (op % 4) {
     case 0:
-        u[d] = gcd(u[a], u[b]);
-        expect(u[d], gcd(x, y), "gcd");
-        break;
+        return expect(u[d] = gcd(u[a], u[b]), gcd(x, y), "gcd");
     case 1: {
         // g is a greatest common divisor up to its sign, and r*m + s*n == g.
         I &g = s[d], &r = s[(d + 1) % 4], &t = s[(d + 2) % 4];
@@ -427,13 +412,11 @@ inline void Machine::numberTheoryStep(unsigned op)
         mpz_class expected = 1;
         if (e != 0 && y != 0)
             mpz_powm(expected.get_mpz_t(), sx.get_mpz_t(), e.get_mpz_t(), y.get_mpz_t());
-        u[d] = modexp(s[a], exponent, u[b]);
-        expect(u[d], expected, "modexp");
+        expect(u[d] = modexp(s[a], exponent, u[b]), expected, "modexp");
         if (s[a].getMagnitude().getLength() <= 8) {
             mpz_class power = abs(sx);
             mpz_pow_ui(power.get_mpz_t(), power.get_mpz_t(), form % 9);
-            u[d] = exp(s[a], U(form % 9));
-            expect(u[d], power, "exp");
+            expect(u[d] = exp(s[a], U(form % 9)), power, "exp");
         }
         break;
     }
@@ -445,8 +428,7 @@ inline void Machine::numberTheoryStep(unsigned op)
             throws = "BigInteger::operator %: division by zero";
         else if (y == 0 || mpz_invert(inverse.get_mpz_t(), sx.get_mpz_t(), y.get_mpz_t()) == 0)
             throws = "BigInteger modinv: x and n have a common factor";
-        u[d] = modinv(s[a], u[b]);
-        expect(u[d], inverse, "modinv");
+        expect(u[d] = modinv(s[a], u[b]), inverse, "modinv");
     }
     }
 }

@@ -7,7 +7,6 @@
 #include <QByteArray>
 #include <QByteArrayList>
 #include <QMetaType>
-#include <QRandomGenerator>
 #include <QVector>
 #include <QtGlobal>
 
@@ -116,34 +115,6 @@ inline quint32 testSeed(quint32 fallback)
     qInfo("seed %u (set ORVEX_TEST_SEED to repeat or change it)", ok ? chosen : fallback);
     return ok ? chosen : fallback;
 }
-
-// Random blocks that favour the values exercising carries, borrows and quotient corrections.
-class RandomBlocks
-{
-public:
-    explicit RandomBlocks(quint32 seed) : random(seed) {}
-
-    quint32 block()
-    {
-        static const quint32 special[] = {0, 0xFFFFFFFFu, 1, 0x80000000u};
-        const quint32 pick = random.bounded(8u);
-        return pick < 4 ? special[pick] : random.generate();
-    }
-
-    BigUnsigned value(quint32 count)
-    {
-        Blocks blocks;
-        for (quint32 i = 0; i < count; i++)
-            blocks.append(block());
-        return fromBlocks(blocks);
-    }
-
-    bool chance(quint32 outOf) { return random.bounded(outOf) == 0; }
-    quint32 below(quint32 bound) { return random.bounded(bound); }
-
-private:
-    QRandomGenerator random;
-};
 
 Q_DECLARE_METATYPE(BigUnsigned)
 Q_DECLARE_METATYPE(BigInteger)

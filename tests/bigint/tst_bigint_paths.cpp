@@ -45,18 +45,27 @@ void record(QByteArray &outcome, const BigUnsigned &x)
             + QByteArray::number(qHashRange(blocks.begin(), blocks.end()), 16) + "; ";
 }
 
-class Operands : public RandomBlocks
+class Operands
 {
 public:
-    using RandomBlocks::RandomBlocks;
+    explicit Operands(quint32 seed) : random(seed) {}
+    bool chance(quint32 outOf) { return random.bounded(outOf) == 0; }
+    quint32 below(quint32 bound) { return random.bounded(bound); }
 
-    // A value of `count` blocks with a non-zero top block, or, not `normal`, with a zero block
-    // on top of that (such values come from the truncating constructors and shifts of zero).
+    // A value of `count` blocks, favouring those that exercise carries, borrows and quotient
+    // corrections, with a non-zero top block, or, not `normal`, with a zero block on top of that
+    // (such values come from the truncating constructors and shifts of zero).
     BigUnsigned ofLength(quint32 count, bool normal = true)
     {
-        BigUnsigned x = value(count);
-        if (count > 0 && x.getLength() < count)
-            x.setBlock(count - 1, 1 + below(0xFFFFFFFFu));
+        static const quint32 special[] = {0, 0xFFFFFFFFu, 1, 0x80000000u};
+        Blocks blocks;
+        for (quint32 i = 0; i < count; i++) {
+            const quint32 pick = below(8);
+            blocks.append(pick < 4 ? special[pick] : random.generate());
+        }
+        if (count > 0 && blocks.last() == 0)
+            blocks.last() = 1 + below(0xFFFFFFFFu);
+        const BigUnsigned x = fromBlocks(blocks);
         if (normal || count == 0)
             return x;
         // A truncated 2^32 is one zero block; times a normal value, count + 1 zero blocks.
@@ -70,6 +79,9 @@ public:
         r = ofLength(below(4u));
         return r;
     }
+
+private:
+    QRandomGenerator random;
 };
 
 // Rows of operand lengths in blocks: small ones, and each threshold with its neighbours.
@@ -81,60 +93,22 @@ void addLengthRows(const char *name, quint32 shorter, quint32 longer)
     }
 }
 
-// The paths compared: the reference and the fast routine of one operation.
-template <class Routine>
-struct Paths
-{
-    Routine reference;
-    Routine fast;
-};
-
-// Runs `check(routine)` on both paths and fails with both outcomes when they differ.
-template <class Routine, class Check>
-void compareOn(const Paths<Routine> &paths, const QByteArray &context, Check &&check)
+// Runs `check(fast, outcome)` on the reference path and the fast one and fails with both outcomes
+// when they differ.
+template <class Check>
+void compare(const QByteArray &context, Check &&check)
 {
     const QByteArray reference = outcomeOf([&](QByteArray &o) {
-        check(paths.reference, o);
+        check(false, o);
     });
     const QByteArray fast = outcomeOf([&](QByteArray &o) {
-        check(paths.fast, o);
+        check(true, o);
     });
     if (fast != reference)
         QFAIL(context + "\n  reference: " + reference + "\n  fast: " + fast);
 }
 
-typedef void (*MultiplyRoutine)(BigUnsigned &, const BigUnsigned &, const BigUnsigned &);
-typedef void (*DivideRoutine)(BigUnsigned &, const BigUnsigned &, BigUnsigned &);
-typedef BigUnsigned (*ModexpRoutine)(const BigInteger &, const BigUnsigned &, const BigUnsigned &);
-
-const Paths<MultiplyRoutine> multiplyPaths{&BigIntPaths::multiplyReference,
-                                           &BigIntPaths::multiplyFast};
-const Paths<DivideRoutine> dividePaths{&BigIntPaths::divideReference, &BigIntPaths::divideFast};
-const Paths<ModexpRoutine> modexpPaths{&BigIntPaths::modexpReference, &BigIntPaths::modexpFast};
-
 using BaseConversion::Digit;
-typedef BigUnsigned::Index (*ToDigitsRoutine)(const BigUnsigned &, unsigned, Digit *,
-                                              BigUnsigned::Index);
-typedef BigUnsigned (*FromDigitsRoutine)(const Digit *, BigUnsigned::Index, unsigned,
-                                         BigUnsigned::Index);
-typedef BigUnsigned (*GcdRoutine)(const BigUnsigned &, const BigUnsigned &, BigUnsigned::Index);
-
-// The fast routines with the threshold of the row, the reference beside them.
-const Paths<ToDigitsRoutine> toDigitsPaths{
-        [](const BigUnsigned &x, unsigned base, Digit *digits, BigUnsigned::Index) {
-            return BaseConversion::digitsByDivision(x, base, digits);
-        },
-        &BaseConversion::digitsFast};
-const Paths<FromDigitsRoutine> fromDigitsPaths{
-        [](const Digit *digits, BigUnsigned::Index count, unsigned base, BigUnsigned::Index) {
-            return BaseConversion::valueByHorner(digits, count, base);
-        },
-        &BaseConversion::valueFast};
-const Paths<GcdRoutine> gcdPaths{
-        [](const BigUnsigned &a, const BigUnsigned &b, BigUnsigned::Index) {
-            return GcdPaths::gcdByRemainders(a, b);
-        },
-        &GcdPaths::gcdLehmer};
 
 // Rows of a threshold: sizes at it and around it with the threshold the library sets, and with
 // a small threshold that reaches splits within splits on short values (twice and four times it).
@@ -206,7 +180,9 @@ void tst_BigIntPaths::multiply()
         const BigUnsigned a = operands.ofLength(longer, trial != 2);
         const BigUnsigned b = operands.ofLength(shorter, trial != 3);
         const BigUnsigned start = operands.receiver();
-        compareOn(multiplyPaths, where(trial), [&](MultiplyRoutine multiply, QByteArray &o) {
+        compare(where(trial), [&](bool fast, QByteArray &o) {
+            const auto multiply =
+                    fast ? &BigIntPaths::multiplyFast : &BigIntPaths::multiplyReference;
             BigUnsigned r(start);
             multiply(r, b, a);
             record(o, r);
@@ -270,7 +246,8 @@ void tst_BigIntPaths::divide()
         }
         const BigUnsigned start = operands.receiver();
         const BigUnsigned quotientStart = operands.receiver();
-        compareOn(dividePaths, where(trial), [&](DivideRoutine divide, QByteArray &o) {
+        compare(where(trial), [&](bool fast, QByteArray &o) {
+            const auto divide = fast ? &BigIntPaths::divideFast : &BigIntPaths::divideReference;
             BigUnsigned r(start), q(quotientStart);
             r = x;
             divide(r, b, q);
@@ -309,8 +286,10 @@ void tst_BigIntPaths::modexp()
         const BigInteger base(operands.ofLength(baseLength),
                               trial % 2 ? BigInteger::negative : BigInteger::positive);
         const BigUnsigned exponent = operands.ofLength(exponentLength);
-        compareOn(modexpPaths, where(trial), [&](ModexpRoutine modexp, QByteArray &o) {
-            record(o, modexp(base, exponent, modulus));
+        compare(where(trial), [&](bool fast, QByteArray &o) {
+            record(o,
+                   (fast ? &BigIntPaths::modexpFast : &BigIntPaths::modexpReference)(base, exponent,
+                                                                                     modulus));
         });
     }
 }
@@ -334,9 +313,11 @@ void tst_BigIntPaths::toDigits()
                 : i < 6             ? 2 + operands.below(35)
                                     : 2 + operands.below(65534);
         const QByteArray context = where(i) + ": base " + QByteArray::number(base);
-        compareOn(toDigitsPaths, context, [&](ToDigitsRoutine routine, QByteArray &o) {
+        compare(context, [&](bool fast, QByteArray &o) {
             QVector<Digit> digits(int(32 * x.getLength() + 1));
-            const BigUnsigned::Index count = routine(x, base, digits.data(), threshold);
+            const BigUnsigned::Index count = fast
+                    ? BaseConversion::digitsFast(x, base, digits.data(), threshold)
+                    : BaseConversion::digitsByDivision(x, base, digits.data());
             o += QByteArray::number(count) + " digits, "
                     + QByteArray::number(qHashRange(digits.begin(), digits.begin() + count), 16);
         });
@@ -395,8 +376,10 @@ void tst_BigIntPaths::fromDigits()
         digits[int(count) - 1] = Digit(1 + operands.below(base - 1));
         const QByteArray context = where(i) + ": base " + QByteArray::number(base) + ", "
                 + QByteArray::number(count) + " digits";
-        compareOn(fromDigitsPaths, context, [&](FromDigitsRoutine routine, QByteArray &o) {
-            record(o, routine(digits.constData(), count, base, threshold));
+        compare(context, [&](bool fast, QByteArray &o) {
+            record(o,
+                   fast ? BaseConversion::valueFast(digits.constData(), count, base, threshold)
+                        : BaseConversion::valueByHorner(digits.constData(), count, base));
         });
         // Decimal text is read without the digit array; zeros on top are dropped.
         if (base == 10 && threshold == BaseConversion::fromDigitsSplitChunks) {
@@ -444,8 +427,9 @@ void tst_BigIntPaths::gcd()
             a = operands.ofLength(blocks, false);
         const QByteArray context = where(i) + ": lengths " + QByteArray::number(a.getLength())
                 + ", " + QByteArray::number(b.getLength());
-        compareOn(gcdPaths, context, [&](GcdRoutine routine, QByteArray &o) {
-            record(o, routine(a, b, threshold));
+        compare(context, [&](bool fast, QByteArray &o) {
+            record(o,
+                   fast ? GcdPaths::gcdLehmer(a, b, threshold) : GcdPaths::gcdByRemainders(a, b));
         });
     }
 }
