@@ -314,7 +314,8 @@ void tst_BigIntPaths::toDigits()
                                     : 2 + operands.below(65534);
         const QByteArray context = where(i) + ": base " + QByteArray::number(base);
         compare(context, [&](bool fast, QByteArray &o) {
-            QVector<Digit> digits(int(32 * x.getLength() + 1));
+            // Not zeros: a digit left unwritten shows.
+            QVector<Digit> digits(int(32 * x.getLength() + 1), Digit(7));
             const BigUnsigned::Index count = fast
                     ? BaseConversion::digitsFast(x, base, digits.data(), threshold)
                     : BaseConversion::digitsByDivision(x, base, digits.data());
