@@ -19,7 +19,6 @@
 
 namespace {
 
-constexpr quint32 defaultSeed = 20261121;
 constexpr quint32 blocksPerLimb = LimbOps::blocksPerLimb;
 constexpr quint32 karatsubaBlocks = blocksPerLimb * BigIntPaths::multiplyThresholds.karatsuba;
 constexpr quint32 karatsubaSquareBlocks =
@@ -128,7 +127,6 @@ class tst_BigIntPaths : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void multiply_data();
     void multiply();
     void divide_data();
@@ -148,13 +146,8 @@ private:
         return "seed " + QByteArray::number(seed) + ", case " + QByteArray::number(index);
     }
 
-    quint32 seed = defaultSeed;
+    const quint32 seed = testSeed(20261121);
 };
-
-void tst_BigIntPaths::initTestCase()
-{
-    seed = testSeed(defaultSeed);
-}
 
 void tst_BigIntPaths::multiply_data()
 {
