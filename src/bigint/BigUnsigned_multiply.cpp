@@ -16,14 +16,6 @@ namespace {
 constexpr const char *overLongProductText =
         "BigUnsigned::multiply: Result too long for its bit length to fit an Index";
 
-// Only the top block of a product may turn out zero: a product two blocks over the limit is
-// refused at once, one block over only once it is known (refuseOverLong).
-void requireProductLength(const BigUnsigned &a, const BigUnsigned &b)
-{
-    if (a.getLength() + b.getLength() - 1ul > BlockOps::maxBlocks)
-        throw overLongProductText;
-}
-
 // result[0..xn+yn) = x * y by rows of limb products, xn >= yn >= 1; result overlaps neither.
 void multiplySchoolbook(Limb *result, const Limb *x, Index xn, const Limb *y, Index yn)
 {
@@ -174,6 +166,21 @@ void BigIntPaths::multiplyLimbs(Limb *product, const Limb *x, Index xn, const Li
     }
 }
 
+bool BigIntPaths::startProduct(BigUnsigned &r, const BigUnsigned &a, const BigUnsigned &b)
+{
+    if (a.isZero() || b.isZero()) {
+        r.length = 0;
+        return false;
+    }
+    // Only the top block of a product may turn out zero: a product two blocks over the limit is
+    // refused at once, one block over only once it is known (refuseOverLong).
+    if (a.length + b.length - 1ul > BlockOps::maxBlocks)
+        throw overLongProductText;
+    r.reserve(a.length + b.length);
+    r.length = a.length + b.length;
+    return true;
+}
+
 // A product one block over the limit: the receiver is left zero, a known state, as subtract
 // leaves it.
 void BigIntPaths::refuseOverLong(BigUnsigned &r)
@@ -188,13 +195,8 @@ void BigIntPaths::multiplyReference(BigUnsigned &r, const BigUnsigned &a, const 
 {
     if (computedThroughTemporary(r, &BigIntPaths::multiplyReference, a, b))
         return;
-    if (a.isZero() || b.isZero()) {
-        r.length = 0;
+    if (!startProduct(r, a, b))
         return;
-    }
-    requireProductLength(a, b);
-    r.reserve(a.length + b.length);
-    r.length = a.length + b.length;
     BlockOps::Blk *blocks = r.blocks;
     for (Index i = 0; i < r.length; i++)
         blocks[i] = 0;
@@ -221,13 +223,8 @@ void BigIntPaths::multiplyFast(BigUnsigned &r, const BigUnsigned &a, const BigUn
     }
     if (computedThroughTemporary(r, &BigIntPaths::multiplyFast, a, b))
         return;
-    if (a.isZero() || b.isZero()) {
-        r.length = 0;
+    if (!startProduct(r, a, b))
         return;
-    }
-    requireProductLength(a, b);
-    r.reserve(a.length + b.length);
-    r.length = a.length + b.length;
     const Index xn = limbsFor(a.length), yn = limbsFor(b.length);
     LimbBuffer buffer(&a == &b ? 3 * xn : 2 * (xn + yn));
     Limb *x = buffer.get(), *y = x + xn, *product = y + yn;

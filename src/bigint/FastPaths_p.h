@@ -69,6 +69,8 @@ public:
                             Limb *scratch);
 
 private:
+    // Sizes r for the product of a and b; false, with r zero, when either is zero.
+    static bool startProduct(BigUnsigned &r, const BigUnsigned &a, const BigUnsigned &b);
     static void refuseOverLong(BigUnsigned &r);
     static void divideFastInto(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q);
     static BigUnsigned modexpOnLimbs(const BigUnsigned &reducedBase, const BigUnsigned &exponent,
