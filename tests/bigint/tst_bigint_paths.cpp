@@ -97,25 +97,29 @@ void addLengthRows(const char *name, quint32 shorter, quint32 longer)
 template <class Check>
 void compare(const QByteArray &context, Check &&check)
 {
-    const QByteArray reference = outcomeOf([&](QByteArray &o) {
-        check(false, o);
-    });
-    const QByteArray fast = outcomeOf([&](QByteArray &o) {
-        check(true, o);
-    });
+    QByteArray reference, fast;
+    for (bool isFast : {false, true}) {
+        (isFast ? fast : reference) = outcomeOf([&](QByteArray &o) {
+            check(isFast, o);
+        });
+    }
     if (fast != reference)
         QFAIL(context + "\n  reference: " + reference + "\n  fast: " + fast);
 }
 
 using BaseConversion::Digit;
 
-// Rows of a threshold: sizes at it and around it with the threshold the library sets, and with
-// a small threshold that reaches splits within splits on short values (twice and four times it).
-void addThresholdRows(const char *name, quint32 threshold, quint32 smallThreshold)
+// Rows of a threshold: the sizes `extra` and those at and around the threshold the library sets,
+// and at a small threshold that reaches splits within splits on short values (2t + 1, 4t - 1).
+void addThresholdRows(const char *name, quint32 threshold, quint32 t,
+                      std::initializer_list<quint32> extra)
 {
+    QTest::addColumn<quint32>(name);
+    QTest::addColumn<quint32>("threshold");
+    for (quint32 size : extra)
+        QTest::addRow("%s %u, threshold %u", name, size, threshold) << size << threshold;
     for (quint32 size : {threshold - 1, threshold, threshold + 1})
         QTest::addRow("%s %u, threshold %u", name, size, threshold) << size << threshold;
-    const quint32 t = smallThreshold;
     for (quint32 size : {t - 1, t, t + 1, 2 * t + 1, 4 * t - 1})
         QTest::addRow("%s %u, threshold %u", name, size, t) << size << t;
 }
@@ -289,10 +293,7 @@ void tst_BigIntPaths::modexp()
 
 void tst_BigIntPaths::toDigits_data()
 {
-    QTest::addColumn<quint32>("blocks");
-    QTest::addColumn<quint32>("threshold");
-    QTest::newRow("small") << 1u << BaseConversion::toDigitsSplitBlocks;
-    addThresholdRows("blocks", BaseConversion::toDigitsSplitBlocks, 4);
+    addThresholdRows("blocks", BaseConversion::toDigitsSplitBlocks, 4, {1});
 }
 
 void tst_BigIntPaths::toDigits()
@@ -330,11 +331,7 @@ void tst_BigIntPaths::toDigits()
 
 void tst_BigIntPaths::fromDigits_data()
 {
-    QTest::addColumn<quint32>("chunks");
-    QTest::addColumn<quint32>("threshold");
-    QTest::newRow("one digit") << 0u << BaseConversion::fromDigitsSplitChunks;
-    QTest::newRow("one chunk") << 1u << BaseConversion::fromDigitsSplitChunks;
-    addThresholdRows("chunks", BaseConversion::fromDigitsSplitChunks, 3);
+    addThresholdRows("chunks", BaseConversion::fromDigitsSplitChunks, 3, {0, 1});
 }
 
 void tst_BigIntPaths::fromDigits()
@@ -380,21 +377,18 @@ void tst_BigIntPaths::fromDigits()
             std::string text(operands.below(3), '0');
             for (quint32 j = count; j > 0; j--)
                 text += char('0' + digits[int(j) - 1]);
-            QByteArray reference, fast;
-            record(reference, BaseConversion::valueByHorner(digits.constData(), count, 10));
-            record(fast, stringToBigUnsigned(text));
-            QCOMPARE(fast, reference);
+            compare(context + ": " + text.c_str(), [&](bool fast, QByteArray &o) {
+                record(o,
+                       fast ? stringToBigUnsigned(text)
+                            : BaseConversion::valueByHorner(digits.constData(), count, 10));
+            });
         }
     }
 }
 
 void tst_BigIntPaths::gcd_data()
 {
-    QTest::addColumn<quint32>("blocks");
-    QTest::addColumn<quint32>("threshold");
-    QTest::newRow("single blocks") << 1u << GcdPaths::lehmerBlocks;
-    addThresholdRows("blocks", GcdPaths::lehmerBlocks, 3);
-    QTest::newRow("long") << 40u << GcdPaths::lehmerBlocks;
+    addThresholdRows("blocks", GcdPaths::lehmerBlocks, 3, {1, 40});
 }
 
 void tst_BigIntPaths::gcd()
