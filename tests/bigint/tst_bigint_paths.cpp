@@ -377,7 +377,7 @@ void tst_BigIntPaths::fromDigits()
             std::string text(operands.below(3), '0');
             for (quint32 j = count; j > 0; j--)
                 text += char('0' + digits[int(j) - 1]);
-            compare(context + ": " + text.c_str(), [&](bool fast, QByteArray &o) {
+            compare(context + ", decimal text", [&](bool fast, QByteArray &o) {
                 record(o,
                        fast ? stringToBigUnsigned(text)
                             : BaseConversion::valueByHorner(digits.constData(), count, 10));
