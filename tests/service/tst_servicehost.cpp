@@ -460,8 +460,9 @@ void tst_ServiceHost::hostileInput()
         const QByteArray all = status.readAll();
         const QByteArray peak = all.mid(all.indexOf("VmHWM:") + 6).trimmed();
         ::close(peer);
-        // Peak resident memory in kB.
-        QVERIFY2(peak.left(peak.indexOf(' ')).toInt() < 32 * 1024, peak.left(20));
+        // Peak resident memory in kB: a server that kept the stream would hold at least the
+        // 64 MB sent; a plain build peaks near 12 MB, a sanitizer build near 34 MB.
+        QVERIFY2(peak.left(peak.indexOf(' ')).toInt() < 48 * 1024, peak.left(20));
     } else {
         QVERIFY2(startDetached().startsWith("start pid "), "service did not start");
         // A connect() that blocks is interrupted, so a jam fails the test instead of hanging it.
