@@ -49,8 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QByteArray decoded = Orvex::Utils::urlSafeBase64Decode(rest);
     // Four characters carry three bytes at most; characters outside the alphabet carry none.
     check(decoded.size() <= (rest.size() + 3) / 4 * 3, "decoded length");
-    const QByteArray text = checkedEncoding(decoded);
-    check(Orvex::Utils::urlSafeBase64Decode(text) == decoded, "decoding is stable");
+    checkedEncoding(decoded);
     QByteArray plain = rest;
     plain.replace('-', '+').replace('_', '/');
     check(Orvex::Utils::urlSafeBase64Decode(plain) == decoded, "plain alphabet decodes the same");

@@ -115,8 +115,6 @@ private slots:
     void walk_data();
     void walk();
     void stopAtEveryCallback();
-    void parseError_data();
-    void parseError();
     void deepDocument();
     void nestingBound_data();
     void nestingBound();
@@ -175,26 +173,6 @@ void tst_DomVisitor::stopAtEveryCallback()
         QCOMPARE(recorder.visit(tree), QString(""));
         QCOMPARE(recorder.trace.join(' '), "{a " + tokens.mid(0, n).join(' ') + " }1");
     }
-}
-
-void tst_DomVisitor::parseError_data()
-{
-    QTest::addColumn<QString>("xml");
-    QTest::newRow("empty string") << "";
-    QTest::newRow("unclosed element") << "<a><b/>";
-    QTest::newRow("mismatched end tag") << "<a></b>";
-    QTest::newRow("two document elements") << "<a/><b/>";
-}
-
-void tst_DomVisitor::parseError()
-{
-    QFETCH(QString, xml);
-    QString expected;
-    QVERIFY(!QDomDocument().setContent(xml, &expected, nullptr, nullptr));
-    QVERIFY(!expected.isEmpty());
-    Recorder recorder;
-    QCOMPARE(recorder.visit(xml), expected);
-    QCOMPARE(recorder.trace, QStringList{'!' + expected});
 }
 
 void tst_DomVisitor::deepDocument()

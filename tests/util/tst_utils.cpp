@@ -12,38 +12,12 @@ class tst_Utils : public QObject
     Q_OBJECT
 
 private slots:
-    void base64_data();
-    void base64();
     void md5OfLatin1Bytes();
     void readChildEleText_data();
     void readChildEleText();
     void hostileInput_data();
     void hostileInput();
 };
-
-void tst_Utils::base64_data()
-{
-    // bothWays: bytes encode to the text as well as back.
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<bool>("bothWays");
-    QTest::newRow("both unsafe characters")
-            << QByteArray("\xFB\xFF\xBF") << QByteArray("-_-_") << true;
-    QTest::newRow("fill kept") << QByteArray(1, '\0') << QByteArray("AA==") << true;
-    QTest::newRow("empty") << QByteArray() << QByteArray() << true;
-    QTest::newRow("plain alphabet decoded")
-            << QByteArray("\xFB\xFF\xBF") << QByteArray("+/+/") << false;
-}
-
-void tst_Utils::base64()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(QByteArray, text);
-    QFETCH(bool, bothWays);
-    QCOMPARE(Orvex::Utils::urlSafeBase64Decode(text), bytes);
-    if (bothWays)
-        QCOMPARE(Orvex::Utils::urlSafeBase64Encode(bytes), text);
-}
 
 void tst_Utils::md5OfLatin1Bytes()
 {
