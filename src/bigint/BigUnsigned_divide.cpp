@@ -25,6 +25,7 @@
 #include "bigint/LimbOps_p.h"
 
 #include <memory>
+#include <type_traits>
 
 using namespace LimbOps;
 
@@ -35,8 +36,10 @@ constexpr const char *sameVariableText =
         "variable";
 
 // The steps of algorithm D for a normalised v of vn >= 2 limbs, u[0..un] as in divideLimbs, top
-// made from v's top limbs.
-void divideNormalised(Limb *quotient, Limb *u, Index un, const Limb *v, Index vn,
+// made from v's top limbs. Length is Index, or a constant for the short divisors of modular
+// arithmetic, whose loops then unroll.
+template <typename Length>
+void divideNormalised(Limb *quotient, Limb *u, Index un, const Limb *v, Length vn,
                       const TwoLimbDivisor &top)
 {
     assert(vn >= 2 && vn <= un && v[vn - 1] == top.d1 && v[vn - 2] == top.d0);
@@ -108,16 +111,38 @@ LimbDivisor::LimbDivisor(const Limb *divisor, Index length, Limb *storage)
 void LimbDivisor::divide(Limb *quotient, Limb *u, Index un) const
 {
     assert(vn <= un && u[un] == 0);
+    const unsigned k = dividendShift();
+    if (k > 0)
+        u[un] = shiftLeftLimbs(u, u, un, k);
+    divideShifted(quotient, u, un);
+    if (k > 0)
+        shiftRightLimbs(u, u, vn, k);
+}
+
+void LimbDivisor::divideShifted(Limb *quotient, Limb *u, Index un) const
+{
     if (vn == 1) {
         u[0] = SingleDivisor(v[0]).divide(quotient, u, un);
         zeroLimbs(u + 1, un);
         return;
     }
-    if (shift > 0)
-        u[un] = shiftLeftLimbs(u, u, un, shift);
-    divideNormalised(quotient, u, un, v, vn, top);
-    if (shift > 0)
-        shiftRightLimbs(u, u, vn, shift);
+    // Top vn limbs below v make a zero top quotient limb, and the window one limb lower already
+    // meets the invariant: start there (a remainder squared or times a smaller factor always does).
+    if (un > vn && u[un] == 0 && compareLimbs(u + un - vn, v, vn) < 0) {
+        quotient[un - vn] = 0;
+        un--;
+    }
+    using std::integral_constant;
+    switch (vn) {
+    case 2:
+        return divideNormalised(quotient, u, un, v, integral_constant<Index, 2>(), top);
+    case 3:
+        return divideNormalised(quotient, u, un, v, integral_constant<Index, 3>(), top);
+    case 4:
+        return divideNormalised(quotient, u, un, v, integral_constant<Index, 4>(), top);
+    default:
+        return divideNormalised(quotient, u, un, v, vn, top);
+    }
 }
 
 void BigIntPaths::divideLimbs(Limb *quotient, Limb *u, Index un, const Limb *v, Index vn,

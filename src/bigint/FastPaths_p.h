@@ -91,6 +91,12 @@ public:
     // As BigIntPaths::divideLimbs: quotient[0..un-vn] = u[0..un] / v, u[0..vn) the remainder, the
     // limbs above it zero; un >= vn and u[un] a zero guard.
     void divide(Limb *quotient, Limb *u, Index un) const;
+    // The left shift divideShifted expects of its dividend (the one that sets the divisor's top
+    // bit; 0 for a one-limb divisor, which shifts on the fly).
+    unsigned dividendShift() const { return vn >= 2 ? shift : 0; }
+    // As divide, for a dividend already shifted left by dividendShift(); the remainder in
+    // u[0..vn) stays shifted. Saves a repeated division the shifts in and out.
+    void divideShifted(Limb *quotient, Limb *u, Index un) const;
 
 private:
     const Limb *v;

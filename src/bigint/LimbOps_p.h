@@ -465,11 +465,11 @@ struct TwoLimbDivisor
         const Limb q0 = Limb(q);
         const Limb r1 = u1 - q1 * d1;
         DoubleLimb r = joinLimbs(r1, u0) - DoubleLimb(d0) * q1 - d;
-        q1++;
-        if (highLimb(r) >= q0) {
-            q1--;
-            r += d;
-        }
+        // The first correction goes either way about as often, so it is made without a branch;
+        // the second is rare.
+        const Limb undo = Limb(0) - Limb(highLimb(r) >= q0);
+        q1 += 1 + undo;
+        r += d & joinLimbs(undo, undo);
         if (r >= d) {
             q1++;
             r -= d;

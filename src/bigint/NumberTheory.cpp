@@ -1,5 +1,6 @@
 #include "bigint/NumberTheory.h"
 
+#include "bigint/BlockOps_p.h"
 #include "bigint/FastPaths_p.h"
 #include "bigint/LimbOps_p.h"
 #include "bigint/NumberTheory_p.h"
@@ -273,17 +274,22 @@ BigUnsigned BigIntPaths::modexpOnLimbs(const BigUnsigned &reducedBase, const Big
                                        const BigUnsigned &modulus)
 {
     using namespace LimbOps;
+    using BlockOps::bitsPerBlock;
     const Index modulusBlocks = modulus.getLength();
     const Index n = limbsFor(modulusBlocks);
-    LimbBuffer buffer(7 * n + 3);
-    Limb *m = buffer.get(), *power = m + n, *result = power + n, *product = result + n;
+    LimbBuffer buffer(8 * n + 4);
+    Limb *m = buffer.get(), *power = m + n, *result = power + n, *product = result + 2 * n + 1;
     Limb *quotient = product + 2 * n + 1, *scratch = quotient + n + 2;
     blocksToLimbs(m, modulus.blocks, modulusBlocks);
     const LimbDivisor divisor(m, n, scratch);
     blocksToLimbs(power, reducedBase.blocks, reducedBase.length);
     const Index powerLength = trimmedLength(power, limbsFor(reducedBase.length));
+    // The result is kept shifted left by the divisor's dividend shift, so that a product with
+    // the unshifted base is a dividend ready for division and each remainder the next result,
+    // with no shift in or out; a square, shifted twice, is shifted back once.
+    const unsigned shift = divisor.dividendShift();
     Index resultLength = 1;
-    result[0] = 1;
+    result[0] = Limb(1) << shift;
     Index capacity = 1;
 
     // result = result * factor mod m, as one multiplication and one long division.
@@ -293,25 +299,35 @@ BigUnsigned BigIntPaths::modexpOnLimbs(const BigUnsigned &reducedBase, const Big
             return;
         }
         multiplyLimbs(product, result, resultLength, factor, factorLength);
-        const Index productLength = trimmedLength(product, resultLength + factorLength);
-        const Index productBlocks = blockLengthOf(product, productLength);
+        Index productLength = resultLength + factorLength;
+        if (factor == result && shift > 0)
+            shiftRightLimbs(product, product, productLength, shift);
+        productLength = trimmedLength(product, productLength);
+        // The blocks of the unshifted product, the length the reference sees (a square of a
+        // long modulus may have more bits than an Index counts).
+        const unsigned long long productBits = (unsigned long long)productLength * bitsPerLimb
+                - leadingZeroBits(product[productLength - 1]) - shift;
+        const Index productBlocks = Index((productBits + bitsPerBlock - 1) / bitsPerBlock);
         const bool divided = productBlocks >= modulusBlocks;
         if (productBlocks + divided > capacity)
             capacity = productBlocks + divided;
         if (divided) {
             product[productLength] = 0;
-            divisor.divide(quotient, product, productLength);
-            resultLength = trimmedLength(product, n);
-        } else {
-            resultLength = productLength;
+            divisor.divideShifted(quotient, product, productLength);
+            productLength = trimmedLength(product, n);
         }
-        copyLimbs(result, product, resultLength);
+        std::swap(result, product);
+        resultLength = productLength;
     };
     for (Index i = exponent.bitLength(); i > 0;) {
         i--;
         step(result, resultLength);
         if (exponent.bitAt(i))
             step(power, powerLength);
+    }
+    if (shift > 0) {
+        shiftRightLimbs(result, result, resultLength, shift);
+        resultLength = trimmedLength(result, resultLength);
     }
     BigUnsigned answer;
     answer.reserve(capacity);

@@ -229,14 +229,17 @@ void tst_BigIntPaths::divide()
         BigUnsigned b = operands.ofLength(divisorLength, trial != 3);
         BigUnsigned x = operands.ofLength(dividendLength, trial != 2);
         // Dividends made from the divisor reach the corrections of the quotient digits: a
-        // remainder below the divisor, the divisor times a small number less one, and the
-        // divisor times a power of the limb base less one (a digit of all ones).
+        // remainder below the divisor, the divisor times a small number less one, the divisor
+        // times the limb base less one (a digit of all ones), and the divisor two limbs up with
+        // a little below it (top limbs equal to the divisor, a top digit of one).
         if (trial == 4)
             x = x * b + operands.ofLength(b.getLength());
         if (trial == 5 && !b.isZero())
             x = b * operands.ofLength(1 + operands.below(3)) - BigUnsigned(1);
-        if (trial >= 6 && !b.isZero())
-            x = (b << int(32 * blocksPerLimb * (trial - 5))) - BigUnsigned(1);
+        if (trial == 6 && !b.isZero())
+            x = (b << int(32 * blocksPerLimb)) - BigUnsigned(1);
+        if (trial == 7 && !b.isZero())
+            x = (b << int(64 * blocksPerLimb)) + operands.ofLength(2);
         if (!dividend.isEmpty()) {
             x = fromBlocks(dividend);
             b = fromBlocks(divisor);
