@@ -22,8 +22,6 @@ private slots:
     void construction_data();
     void construction();
     void corruptSign();
-    void floorDivision_data();
-    void floorDivision();
     void exhaustiveAgainstNative();
 };
 
@@ -95,44 +93,6 @@ void tst_BigInteger::corruptSign()
                  x.compareTo(y);
              }),
              QByteArray("BigInteger internal error"));
-}
-
-void tst_BigInteger::floorDivision_data()
-{
-    QTest::addColumn<BigInteger>("a");
-    QTest::addColumn<BigInteger>("b");
-    QTest::addColumn<BigInteger>("quotient");
-    QTest::addColumn<BigInteger>("remainder");
-
-    const qint64 rows[][4] = {{7, 2, 3, 1},    {-7, 2, -4, 1},
-                              {7, -2, -4, -1}, {-7, -2, 3, -1},
-                              {4, 3, 1, 1},    {-4, 3, -2, 2},
-                              {4, -3, -2, -2}, {-4, -3, 1, -1},
-                              {-6, 3, -2, 0},  {6, -3, -2, 0},
-                              {-1, 5, -1, 4},  {0, -5, 0, 0},
-                              {-9, 0, 0, -9},  {-0x100000000ll, 0xFFFFFFFFll, -2, 0xFFFFFFFEll}};
-    for (const auto &row : rows) {
-        QTest::addRow("%lld by %lld", (long long)row[0], (long long)row[1])
-                << fromI64(row[0]) << fromI64(row[1]) << fromI64(row[2]) << fromI64(row[3]);
-    }
-}
-
-void tst_BigInteger::floorDivision()
-{
-    QFETCH(BigInteger, a);
-    QFETCH(BigInteger, b);
-    QFETCH(BigInteger, quotient);
-    QFETCH(BigInteger, remainder);
-
-    // fromI64 gives a zero the sign zero, so this also checks the signs of zero results.
-    I r = a, q(77);
-    r.divideWithRemainder(b, q);
-    QCOMPARE(q, quotient);
-    QCOMPARE(r, remainder);
-    if (!b.isZero()) {
-        QCOMPARE(a / b, quotient);
-        QCOMPARE(a % b, remainder);
-    }
 }
 
 void tst_BigInteger::exhaustiveAgainstNative()
