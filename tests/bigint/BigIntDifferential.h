@@ -61,38 +61,6 @@ inline U operand(Bytes &in)
     return U(blocks.data(), count);
 }
 
-// The value a base-36 symbol stands for, or -1.
-inline int symbolValue(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if ((c | 0x20) >= 'a' && (c | 0x20) <= 'z')
-        return (c | 0x20) - 'a' + 10;
-    return -1;
-}
-
-// What parsing `text` in `base` must throw (empty when it parses), and the value when it parses:
-// the base is checked first, then the symbols from the right.
-inline std::string parsed(const std::string &text, unsigned base, mpz_class &value)
-{
-    if (base > 36)
-        return "BigUnsignedInABase(std::string, Base): The default string conversion routines use "
-               "the symbol set 0-9, A-Z and therefore support only up to base 36.  You tried a "
-               "conversion with a base over 36; write your own string conversion routine.";
-    for (auto c = text.rbegin(); c != text.rend(); ++c) {
-        if (symbolValue(*c) < 0)
-            return "BigUnsignedInABase(std::string, Base): Bad symbol in input.  Only 0-9, A-Z, "
-                   "a-z are accepted.";
-        if (unsigned(symbolValue(*c)) >= base)
-            return "BigUnsignedInABase::BigUnsignedInABase(const Digit *, Index, Base): A digit is "
-                   "too large for the specified base";
-    }
-    value = 0;
-    for (char c : text)
-        value = value * base + symbolValue(c);
-    return "";
-}
-
 inline int signOf(int c)
 {
     return (c > 0) - (c < 0);
@@ -227,10 +195,10 @@ inline void Machine::step(Bytes &in)
             arithmetic(s, before + 4, op - 6);
         else if (op < 21)
             unsignedStep(op - 12, in);
-        else if (op < 26)
+        else if (op < 24)
             textStep(op - 21, in);
         else
-            numberTheoryStep(op - 26);
+            numberTheoryStep(op - 24);
         check(throws.empty(), "nothing thrown");
     } catch (const char *text) {
         // What the receiver holds after a throw is the tables' business: it starts afresh.
@@ -348,7 +316,7 @@ inline void Machine::textStep(unsigned op, Bytes &in)
         check(bigIntegerToString(s[a]) == sx.get_str(10), "decimal text");
         return expect(s[d] = stringToBigInteger(sx.get_str(10)), sx, "from decimal text");
     }
-    case 2: {
+    default: {
         // Any base up to 65535: the digits, least significant first, are GMP's.
         const unsigned base = 2 + in.pair() % 65534;
         const BigUnsignedInABase digits(u[a], BigUnsignedInABase::Base(base));
@@ -361,28 +329,6 @@ inline void Machine::textStep(unsigned op, Bytes &in)
         }
         check(rest == 0 && digits.getBase() == base, "digit count");
         return expect(u[d] = U(digits), x, "digits to number");
-    }
-    default: {
-        // Symbols from the program, mostly digits and letters, in bases 0 to 39, or in decimal
-        // with a sign through stringToBigInteger.
-        static const char alphabet[] = "0123456789abcdefghijklmnopqrstuvwxyzXYZ+- ";
-        std::string text(form % 12, '0');
-        for (char &c : text) {
-            const unsigned pick = in.next();
-            c = pick < 0xE0 ? alphabet[pick % (sizeof alphabet - 1)] : char(pick);
-        }
-        mpz_class value;
-        if (form & 0x80) {
-            const bool sign = text[0] == '-' || text[0] == '+';
-            throws = parsed(text.substr(sign ? 1 : 0), 10, value);
-            expect(s[d] = stringToBigInteger(text), text[0] == '-' ? mpz_class(-value) : value,
-                   "parsed signed text");
-        } else {
-            const unsigned base = in.next() % 40;
-            throws = parsed(text, base, value);
-            expect(u[d] = U(BigUnsignedInABase(text, BigUnsignedInABase::Base(base))), value,
-                   "parsed text");
-        }
     }
     }
 }

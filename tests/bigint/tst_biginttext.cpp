@@ -33,6 +33,8 @@ class tst_BigIntText : public QObject
 private slots:
     void inABase_data();
     void inABase();
+    void parse_data();
+    void parse();
     void streams_data();
     void streams();
 };
@@ -106,6 +108,53 @@ void tst_BigIntText::inABase()
         QTEST(text.isEmpty() ? thrown : text, "text");
     if (!shape.isEmpty() && from.isEmpty())
         QCOMPARE(value, fromBlocks(blocksOf(x)));
+}
+
+void tst_BigIntText::parse_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<int>("base"); // -1: stringToBigInteger
+    QTest::addColumn<BigInteger>("value");
+    QTest::addColumn<QByteArray>("thrown");
+
+    // The base is checked first, then the symbols from the right.
+    const QByteArray bad = "BigUnsignedInABase(std::string, Base): Bad symbol in input.  Only 0-9, "
+                           "A-Z, a-z are accepted.";
+    const QByteArray tooLarge = "BigUnsignedInABase::BigUnsignedInABase(const Digit *, Index, "
+                                "Base): A digit is too large for the specified base";
+    const auto row = [](const char *what, const char *text, int base, const BigInteger &value,
+                        const QByteArray &thrown = QByteArray()) {
+        QTest::newRow(what) << QByteArray(text) << base << value << thrown;
+    };
+    row("any case, zeros on top", "00fF", 16, 255);
+    row("empty", "", 10, 0);
+    row("base 1 takes only zeros", "000", 1, 0);
+    row("base 1", "01", 1, 0, tooLarge);
+    row("base 0", "0", 0, 0, tooLarge);
+    row("base 37", "1", 37, 0, "BigUnsignedInABase(std::string, Base): " + over36);
+    row("bad symbol on the right", "z$", 10, 0, bad);
+    row("too large on the right", "$z", 10, 0, tooLarge);
+    row("minus", "-0012", -1, -12);
+    row("plus", "+12", -1, 12);
+    row("minus zero has the sign zero", "-0", -1, 0);
+    row("sign alone", "-", -1, 0);
+    row("two signs", "--1", -1, 0, bad);
+}
+
+void tst_BigIntText::parse()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(int, base);
+    QFETCH(BigInteger, value);
+
+    BigInteger parsed;
+    QTEST(thrownText([&] {
+              parsed = base < 0 ? stringToBigInteger(text.toStdString())
+                                : BigInteger(BigUnsigned(BigUnsignedInABase(
+                                        text.toStdString(), BigUnsignedInABase::Base(base))));
+          }),
+          "thrown");
+    QCOMPARE(parsed, value);
 }
 
 void tst_BigIntText::streams_data()
