@@ -361,8 +361,8 @@ inline void Machine::numberTheoryStep(unsigned op)
         expect(u[d] = modexp(s[a], exponent, u[b]), expected, "modexp");
         if (s[a].getMagnitude().getLength() <= 8) {
             mpz_class power = abs(sx);
-            mpz_pow_ui(power.get_mpz_t(), power.get_mpz_t(), form % 9);
-            expect(u[d] = exp(s[a], U(form % 9)), power, "exp");
+            mpz_pow_ui(power.get_mpz_t(), power.get_mpz_t(), form % 73);
+            expect(u[d] = exp(s[a], U(form % 73)), power, "exp");
         }
         break;
     }
