@@ -33,40 +33,32 @@ void tst_BigInteger::construction_data()
     QTest::addColumn<QByteArray>(
             "to"); // unsigned long, unsigned int, unsigned short, long, int, short
 
+    const auto row = [](const char *what, const BigInteger &x, int sign, const Blocks &magnitude,
+                        const char *to) {
+        QTest::newRow(what) << x << sign << magnitude << QByteArray(to);
+    };
     // The magnitude is one block: 64-bit arguments keep their sign but lose their high half.
-    QTest::newRow("unsigned long 2^32")
-            << I(1ul << 32) << 1 << Blocks{0} << QByteArray("0 0 0 0 0 0");
-    QTest::newRow("unsigned long 2^32 + 7")
-            << I(0x100000007ul) << 1 << Blocks{7} << QByteArray("7 7 7 7 7 7");
-    QTest::newRow("long 2^32") << I(1l << 32) << 1 << Blocks{} << QByteArray("0 0 0 ! ! !");
-    QTest::newRow("long -2^32") << I(-(1l << 32)) << -1 << Blocks{} << QByteArray("- - - ! ! !");
-    QTest::newRow("long -(2^32 + 3)")
-            << I(-0x100000003l) << -1 << Blocks{3} << QByteArray("- - - -3 -3 -3");
-    QTest::newRow("long minimum") << I(LONG_MIN) << -1 << Blocks{} << QByteArray("- - - ! ! !");
-    QTest::newRow("long -(2^32 - 1)")
-            << I(-0xFFFFFFFFl) << -1 << Blocks{0xFFFFFFFFu} << QByteArray("- - - -4294967295 ! !");
-    QTest::newRow("int minimum") << I(INT_MIN) << -1 << Blocks{0x80000000u}
-                                 << QByteArray("- - - -2147483648 ! !");
-    QTest::newRow("int -(2^31 - 1)") << I(-INT_MAX) << -1 << Blocks{0x7FFFFFFFu}
-                                     << QByteArray("- - - -2147483647 -2147483647 !");
-    QTest::newRow("short minimum") << I(short(SHRT_MIN)) << -1 << Blocks{0x8000}
-                                   << QByteArray("- - - -32768 -32768 -32768");
-    QTest::newRow("-(2^15 + 1)") << I(-0x8001) << -1 << Blocks{0x8001}
-                                 << QByteArray("- - - -32769 -32769 !");
-    QTest::newRow("2^15") << I(0x8000) << 1 << Blocks{0x8000}
-                          << QByteArray("32768 32768 32768 32768 32768 !");
-    QTest::newRow("unsigned short maximum") << I((unsigned short)0xFFFF) << 1 << Blocks{0xFFFF}
-                                            << QByteArray("65535 65535 65535 65535 65535 !");
-    QTest::newRow("unsigned 2^31") << I(0x80000000u) << 1 << Blocks{0x80000000u}
-                                   << QByteArray("2147483648 2147483648 < 2147483648 ! !");
-    QTest::newRow("2^32") << I(fromBlocks({0, 1})) << 1 << Blocks{0, 1}
-                          << QByteArray("< < < ! ! !");
+    row("unsigned long 2^32", I(1ul << 32), 1, {0}, "0 0 0 0 0 0");
+    row("unsigned long 2^32 + 7", I(0x100000007ul), 1, {7}, "7 7 7 7 7 7");
+    row("long 2^32", I(1l << 32), 1, {}, "0 0 0 ! ! !");
+    row("long -2^32", I(-(1l << 32)), -1, {}, "- - - ! ! !");
+    row("long -(2^32 + 3)", I(-0x100000003l), -1, {3}, "- - - -3 -3 -3");
+    row("long minimum", I(LONG_MIN), -1, {}, "- - - ! ! !");
+    row("long -(2^32 - 1)", I(-0xFFFFFFFFl), -1, {0xFFFFFFFFu}, "- - - -4294967295 ! !");
+    row("int minimum", I(INT_MIN), -1, {0x80000000u}, "- - - -2147483648 ! !");
+    row("int -(2^31 - 1)", I(-INT_MAX), -1, {0x7FFFFFFFu}, "- - - -2147483647 -2147483647 !");
+    row("short minimum", I(short(SHRT_MIN)), -1, {0x8000}, "- - - -32768 -32768 -32768");
+    row("-(2^15 + 1)", I(-0x8001), -1, {0x8001}, "- - - -32769 -32769 !");
+    row("2^15", I(0x8000), 1, {0x8000}, "32768 32768 32768 32768 32768 !");
+    row("unsigned short maximum", I((unsigned short)0xFFFF), 1, {0xFFFF},
+        "65535 65535 65535 65535 65535 !");
+    row("unsigned 2^31", I(0x80000000u), 1, {0x80000000u},
+        "2147483648 2147483648 < 2147483648 ! !");
+    row("2^32", I(fromBlocks({0, 1})), 1, {0, 1}, "< < < ! ! !");
     // The checking constructors check the sign against the trimmed magnitude.
     const quint32 blocks[] = {0, 0};
-    QTest::newRow("negative zero blocks")
-            << I(blocks, 2, I::negative) << 0 << Blocks{} << QByteArray("0 0 0 0 0 0");
-    QTest::newRow("negative magnitude") << I(fromBlocks({5, 1}), I::negative) << -1 << Blocks{5, 1}
-                                        << QByteArray("- - - ! ! !");
+    row("negative zero blocks", I(blocks, 2, I::negative), 0, {}, "0 0 0 0 0 0");
+    row("negative magnitude", I(fromBlocks({5, 1}), I::negative), -1, {5, 1}, "- - - ! ! !");
 }
 
 void tst_BigInteger::construction()

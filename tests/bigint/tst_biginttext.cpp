@@ -14,6 +14,8 @@ typedef BigUnsignedInABase D;
 const QByteArray over36 = "The default string conversion routines use the symbol set 0-9, A-Z and "
                           "therefore support only up to base 36.  You tried a conversion with a "
                           "base over 36; write your own string conversion routine.";
+const QByteArray tooLarge = "BigUnsignedInABase::BigUnsignedInABase(const Digit *, Index, Base): A "
+                            "digit is too large for the specified base";
 
 // The digits, least significant first, then the capacity: "15,15/8".
 QByteArray digits(const D &x)
@@ -47,44 +49,29 @@ void tst_BigIntText::inABase_data()
     QTest::addColumn<QByteArray>("digits"); // or the text thrown
     QTest::addColumn<QByteArray>("text"); // std::string of the digits, or the text thrown
 
+    const auto row = [](const char *what, const Blocks &from, const BigUnsigned &x, int base,
+                        const QByteArray &digits, const QByteArray &text = QByteArray()) {
+        QTest::newRow(what) << from << x << base << digits << text;
+    };
+    const QByteArray toText = "BigUnsignedInABase ==> std::string: " + over36;
     // From digits: zeros on top are dropped; the base is checked before the digits.
-    const BigUnsigned none;
-    QTest::newRow("digits with zeros on top")
-            << Blocks{3, 0, 1, 0, 0} << none << 10 << QByteArray("3,0,1/5") << QByteArray("103");
-    QTest::newRow("digit equal to the base")
-            << Blocks{1, 10} << none << 10
-            << QByteArray("BigUnsignedInABase::BigUnsignedInABase(const Digit *, Index, Base): A "
-                          "digit is too large for the specified base")
-            << QByteArray();
-    QTest::newRow("digits in base 1")
-            << Blocks{0} << none << 1
-            << QByteArray("BigUnsignedInABase::BigUnsignedInABase(const Digit *, Index, Base): The "
-                          "base must be at least 2")
-            << QByteArray();
-    QTest::newRow("largest base") << Blocks{65534} << none << 65535 << QByteArray("65534/1")
-                                  << "BigUnsignedInABase ==> std::string: " + over36;
+    row("digits with zeros on top", {3, 0, 1, 0, 0}, 0, 10, "3,0,1/5", "103");
+    row("digit equal to the base", {1, 10}, 0, 10, tooLarge);
+    row("digits in base 1", {0}, 0, 1,
+        "BigUnsignedInABase::BigUnsignedInABase(const Digit *, Index, Base): The base must be at "
+        "least 2");
+    row("largest base", {65534}, 0, 65535, "65534/1", toText);
     // From a number: the capacity is ceil(32 * blocks / m), m the largest with 2^m <= base.
-    QTest::newRow("zero") << Blocks{} << none << 10 << QByteArray("/0") << QByteArray("0");
-    QTest::newRow("255 in base 16")
-            << Blocks{} << BigUnsigned(255) << 16 << QByteArray("15,15/8") << QByteArray("FF");
-    QTest::newRow("35 in base 36")
-            << Blocks{} << BigUnsigned(35) << 36 << QByteArray("35/7") << QByteArray("Z");
-    QTest::newRow("8 in base 3") << Blocks{} << BigUnsigned(8) << 3 << QByteArray("2,2/32")
-                                 << QByteArray("22");
-    QTest::newRow("2^32 in base 10")
-            << Blocks{} << fromBlocks({0, 1}) << 10 << QByteArray("6,9,2,7,6,9,4,9,2,4/22")
-            << QByteArray("4294967296");
-    QTest::newRow("2^32 in base 65535")
-            << Blocks{} << fromBlocks({0, 1}) << 65535 << QByteArray("1,2,1/5")
-            << "BigUnsignedInABase ==> std::string: " + over36;
-    QTest::newRow("a one-block zero")
-            << Blocks{} << BigUnsigned(1ul << 32) << 10 << QByteArray("0/11") << QByteArray("0");
-    QTest::newRow("5 in base 37") << Blocks{} << BigUnsigned(5) << 37 << QByteArray("5/7")
-                                  << "BigUnsignedInABase ==> std::string: " + over36;
-    QTest::newRow("number in base 1")
-            << Blocks{} << BigUnsigned(5) << 1
-            << QByteArray("BigUnsignedInABase(BigUnsigned, Base): The base must be at least 2")
-            << QByteArray();
+    row("zero", {}, 0, 10, "/0", "0");
+    row("255 in base 16", {}, 255, 16, "15,15/8", "FF");
+    row("35 in base 36", {}, 35, 36, "35/7", "Z");
+    row("8 in base 3", {}, 8, 3, "2,2/32", "22");
+    row("2^32 in base 10", {}, fromBlocks({0, 1}), 10, "6,9,2,7,6,9,4,9,2,4/22", "4294967296");
+    row("2^32 in base 65535", {}, fromBlocks({0, 1}), 65535, "1,2,1/5", toText);
+    row("a one-block zero", {}, BigUnsigned(1ul << 32), 10, "0/11", "0");
+    row("5 in base 37", {}, 5, 37, "5/7", toText);
+    row("number in base 1", {}, 5, 1,
+        "BigUnsignedInABase(BigUnsigned, Base): The base must be at least 2");
 }
 
 void tst_BigIntText::inABase()
@@ -120,8 +107,6 @@ void tst_BigIntText::parse_data()
     // The base is checked first, then the symbols from the right.
     const QByteArray bad = "BigUnsignedInABase(std::string, Base): Bad symbol in input.  Only 0-9, "
                            "A-Z, a-z are accepted.";
-    const QByteArray tooLarge = "BigUnsignedInABase::BigUnsignedInABase(const Digit *, Index, "
-                                "Base): A digit is too large for the specified base";
     const auto row = [](const char *what, const char *text, int base, const BigInteger &value,
                         const QByteArray &thrown = QByteArray()) {
         QTest::newRow(what) << QByteArray(text) << base << value << thrown;

@@ -49,26 +49,21 @@ void tst_BigUnsigned::conversions_data()
 
     // The constructors keep the low 32 bits; the conversions check the round trip ("<"), then
     // the sign ("(").
-    QTest::newRow("zero") << B() << Blocks{} << QByteArray("0 0 0 0 0 0");
-    QTest::newRow("unsigned long 2^32 + 5")
-            << B(0x100000005ul) << Blocks{5} << QByteArray("5 5 5 5 5 5");
-    QTest::newRow("unsigned long 2^32") << B(1ul << 32) << Blocks{0} << QByteArray("0 0 0 0 0 0");
-    QTest::newRow("long 2^32") << B(1l << 32) << Blocks{0} << QByteArray("0 0 0 0 0 0");
-    QTest::newRow("2^32") << fromBlocks({0, 1}) << Blocks{0, 1} << QByteArray("< < < < < <");
-    QTest::newRow("2^32 - 1") << B(allOnes) << Blocks{allOnes}
-                              << QByteArray("4294967295 4294967295 < 4294967295 ( (");
-    QTest::newRow("2^31") << B(0x80000000u) << Blocks{0x80000000u}
-                          << QByteArray("2147483648 2147483648 < 2147483648 ( <");
-    QTest::newRow("2^16") << B(0x10000) << Blocks{0x10000}
-                          << QByteArray("65536 65536 < 65536 65536 <");
-    QTest::newRow("2^15") << B(0x8000) << Blocks{0x8000}
-                          << QByteArray("32768 32768 32768 32768 32768 <");
-    QTest::newRow("2^15 - 1") << B((unsigned short)0x7FFF) << Blocks{0x7FFF}
-                              << QByteArray("32767 32767 32767 32767 32767 32767");
-    QTest::newRow("2^32 - 2^15 - 1") << B(0xFFFF7FFFu) << Blocks{0xFFFF7FFFu}
-                                     << QByteArray("4294934527 4294934527 < 4294934527 ( <");
-    QTest::newRow("2^32 - 2^15") << B(0xFFFF8000u) << Blocks{0xFFFF8000u}
-                                 << QByteArray("4294934528 4294934528 < 4294934528 ( (");
+    const auto row = [](const char *what, const B &x, const Blocks &blocks, const char *to) {
+        QTest::newRow(what) << x << blocks << QByteArray(to);
+    };
+    row("zero", B(), {}, "0 0 0 0 0 0");
+    row("unsigned long 2^32 + 5", B(0x100000005ul), {5}, "5 5 5 5 5 5");
+    row("unsigned long 2^32", B(1ul << 32), {0}, "0 0 0 0 0 0");
+    row("long 2^32", B(1l << 32), {0}, "0 0 0 0 0 0");
+    row("2^32", fromBlocks({0, 1}), {0, 1}, "< < < < < <");
+    row("2^32 - 1", B(allOnes), {allOnes}, "4294967295 4294967295 < 4294967295 ( (");
+    row("2^31", B(0x80000000u), {0x80000000u}, "2147483648 2147483648 < 2147483648 ( <");
+    row("2^16", B(0x10000), {0x10000}, "65536 65536 < 65536 65536 <");
+    row("2^15", B(0x8000), {0x8000}, "32768 32768 32768 32768 32768 <");
+    row("2^15 - 1", B((unsigned short)0x7FFF), {0x7FFF}, "32767 32767 32767 32767 32767 32767");
+    row("2^32 - 2^15 - 1", B(0xFFFF7FFFu), {0xFFFF7FFFu}, "4294934527 4294934527 < 4294934527 ( <");
+    row("2^32 - 2^15", B(0xFFFF8000u), {0xFFFF8000u}, "4294934528 4294934528 < 4294934528 ( (");
 }
 
 void tst_BigUnsigned::conversions()
@@ -186,19 +181,19 @@ void tst_BigUnsigned::bothWays_data()
     QTest::addColumn<BigUnsigned>("sum");
     QTest::addColumn<BigUnsigned>("product");
 
-    QTest::newRow("carry into a new block")
-            << B(allOnes) << B(1) << fromBlocks({0, 1}) << B(allOnes);
-    QTest::newRow("carry into zero blocks")
-            << fromBlocks({allOnes, 0, 0, 1}) << fromBlocks({1, 0, 7}) << fromBlocks({0, 1, 7, 1})
-            << fromBlocks({allOnes, 0, 0xFFFFFFF9u, 7, 0, 7});
-    QTest::newRow("borrow through zero blocks")
-            << B(1) << fromBlocks({allOnes, allOnes, 0, 2}) << fromBlocks({0, 0, 1, 2})
-            << fromBlocks({allOnes, allOnes, 0, 2});
-    QTest::newRow("all ones") << fromBlocks({allOnes, allOnes}) << fromBlocks({allOnes, allOnes})
-                              << fromBlocks({0xFFFFFFFEu, allOnes, 1})
-                              << fromBlocks({1, 0, 0xFFFFFFFEu, allOnes});
-    QTest::newRow("three by two blocks") << fromBlocks({1, 2, 3}) << fromBlocks({4, 5})
-                                         << fromBlocks({5, 7, 3}) << fromBlocks({4, 13, 22, 15});
+    const auto row = [](const char *what, const Blocks &a, const Blocks &b, const Blocks &sum,
+                        const Blocks &product) {
+        QTest::newRow(what) << fromBlocks(a) << fromBlocks(b) << fromBlocks(sum)
+                            << fromBlocks(product);
+    };
+    row("carry into a new block", {allOnes}, {1}, {0, 1}, {allOnes});
+    row("carry into zero blocks", {allOnes, 0, 0, 1}, {1, 0, 7}, {0, 1, 7, 1},
+        {allOnes, 0, 0xFFFFFFF9u, 7, 0, 7});
+    row("borrow through zero blocks", {1}, {allOnes, allOnes, 0, 2}, {0, 0, 1, 2},
+        {allOnes, allOnes, 0, 2});
+    row("all ones", {allOnes, allOnes}, {allOnes, allOnes}, {0xFFFFFFFEu, allOnes, 1},
+        {1, 0, 0xFFFFFFFEu, allOnes});
+    row("three by two blocks", {1, 2, 3}, {4, 5}, {5, 7, 3}, {4, 13, 22, 15});
 }
 
 void tst_BigUnsigned::bothWays()

@@ -28,18 +28,4 @@ inline mpz_class toGmp(const BigInteger &x)
     return x.getSign() == BigInteger::negative ? mpz_class(-magnitude) : magnitude;
 }
 
-// The magnitude of x, in normal form.
-inline BigUnsigned toBigUnsigned(const mpz_class &x)
-{
-    std::vector<BigUnsigned::Blk> blocks(mpz_sizeinbase(x.get_mpz_t(), 2) / 32 + 1);
-    size_t count = 0;
-    mpz_export(blocks.data(), &count, -1, sizeof(BigUnsigned::Blk), 0, 0, x.get_mpz_t());
-    return BigUnsigned(blocks.data(), BigUnsigned::Index(count));
-}
-
-inline BigInteger toBigInteger(const mpz_class &x)
-{
-    return BigInteger(toBigUnsigned(x), x < 0 ? BigInteger::negative : BigInteger::positive);
-}
-
 #endif // ORVEX_TESTS_GMPVALUE_H

@@ -66,36 +66,27 @@ void tst_Message::takeFirst_data()
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<QByteArray>("left");
 
-    QTest::newRow("byte string, then integer remains")
-            << QByteArray("3:abci5e") << QVariant(QByteArray("abc")) << QByteArray("i5e");
-    QTest::newRow("integer") << QByteArray("i5e") << QVariant(5) << QByteArray("");
-    QTest::newRow("byte string holding a colon")
-            << QByteArray("3:a:bi1e") << QVariant(QByteArray("a:b")) << QByteArray("i1e");
-    QTest::newRow("integer, then text holding an e")
-            << QByteArray("i5e2:ee") << QVariant(5) << QByteArray("2:ee");
-    QTest::newRow("empty buffer") << QByteArray() << QVariant() << QByteArray();
-    QTest::newRow("count past the end")
-            << QByteArray("5:ab") << QVariant(QByteArray("ab")) << QByteArray("");
-    QTest::newRow("no colon consumes nothing")
-            << QByteArray("12") << QVariant(QByteArray()) << QByteArray("12");
-    QTest::newRow("integer without e consumes nothing")
-            << QByteArray("i12") << QVariant(12) << QByteArray("i12");
-    QTest::newRow("integer with stray characters")
-            << QByteArray("i1x2e") << QVariant(0) << QByteArray("");
-    QTest::newRow("integer out of int range")
-            << QByteArray("i2147483648e5:") << QVariant(0) << QByteArray("5:");
-    QTest::newRow("count that is no number")
-            << QByteArray("1x:abc") << QVariant(QByteArray()) << QByteArray("abc");
-    QTest::newRow("huge count") << QByteArray("2147483647:ab") << QVariant(QByteArray("ab"))
-                                << QByteArray("");
-    QTest::newRow("unknown first byte") << QByteArray("x1:a") << QVariant() << QByteArray("x1:a");
-    QTest::newRow("minus first") << QByteArray("-1e") << QVariant() << QByteArray("-1e");
-    QTest::newRow("high byte first")
-            << QByteArray("\xc3\xa9") << QVariant() << QByteArray("\xc3\xa9");
-    QTest::newRow("empty byte string")
-            << QByteArray("0:") << QVariant(QByteArray()) << QByteArray("");
-    QTest::newRow("colon found past a later element")
-            << QByteArray("1i5e:") << QVariant(QByteArray()) << QByteArray("");
+    const auto row = [](const char *what, const QByteArray &buffer, const QVariant &value,
+                        const QByteArray &left) {
+        QTest::newRow(what) << buffer << value << left;
+    };
+    row("byte string, then integer remains", "3:abci5e", QByteArray("abc"), "i5e");
+    row("integer", "i5e", 5, "");
+    row("byte string holding a colon", "3:a:bi1e", QByteArray("a:b"), "i1e");
+    row("integer, then text holding an e", "i5e2:ee", 5, "2:ee");
+    row("empty buffer", QByteArray(), QVariant(), QByteArray());
+    row("count past the end", "5:ab", QByteArray("ab"), "");
+    row("no colon consumes nothing", "12", QByteArray(), "12");
+    row("integer without e consumes nothing", "i12", 12, "i12");
+    row("integer with stray characters", "i1x2e", 0, "");
+    row("integer out of int range", "i2147483648e5:", 0, "5:");
+    row("count that is no number", "1x:abc", QByteArray(), "abc");
+    row("huge count", "2147483647:ab", QByteArray("ab"), "");
+    row("unknown first byte", "x1:a", QVariant(), "x1:a");
+    row("minus first", "-1e", QVariant(), "-1e");
+    row("high byte first", "\xc3\xa9", QVariant(), "\xc3\xa9");
+    row("empty byte string", "0:", QByteArray(), "");
+    row("colon found past a later element", "1i5e:", QByteArray(), "");
 }
 
 void tst_Message::takeFirst()
