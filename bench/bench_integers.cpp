@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -153,15 +154,23 @@ void squareWordsGmp(benchmark::State &state)
     }
 }
 
-// calibrate: products ("multiply") and squares ("square") of n limbs by rows of limb products,
-// or by one step of Karatsuba's method whose halves go by rows: where the step is faster, the
-// threshold lies below n.
-void calibrate(benchmark::State &state, bool square, bool karatsuba)
+// calibrate: products ("multiply") and squares ("square") of n limbs by rows of limb products
+// ("rows") against one step of Karatsuba's method whose halves go by rows ("karatsuba"), and by
+// the library's Karatsuba recursion alone ("no-toom") against one step of Toom's three-way split
+// whose parts go by that recursion ("toom"): where the step is faster, the threshold lies below n.
+enum class Method { rows, karatsuba, noToom, toom };
+
+void calibrate(benchmark::State &state, bool square, Method method)
 {
-    const BigUnsigned::Index n = BigUnsigned::Index(state.range(0));
-    const BigIntPaths::MultiplyThresholds thresholds = karatsuba
-            ? BigIntPaths::MultiplyThresholds{n, n}
-            : BigIntPaths::MultiplyThresholds{~n | n, ~n | n};
+    const BigUnsigned::Index n = BigUnsigned::Index(state.range(0)), never = ~n | n;
+    const BigIntPaths::MultiplyThresholds library = BigIntPaths::multiplyThresholds;
+    const BigIntPaths::MultiplyThresholds thresholds = method == Method::rows
+            ? BigIntPaths::MultiplyThresholds{never, never, never, never}
+            : method == Method::karatsuba ? BigIntPaths::MultiplyThresholds{n, n, never, never}
+            : method == Method::noToom
+            ? BigIntPaths::MultiplyThresholds{library.karatsuba, library.karatsubaSquare, never,
+                                              never}
+            : BigIntPaths::MultiplyThresholds{library.karatsuba, library.karatsubaSquare, n, n};
     const Limbs a = randomLimbs(n * LimbOps::bitsPerLimb, 1);
     const Limbs b = randomLimbs(n * LimbOps::bitsPerLimb, 2);
     Limbs r(2 * n);
@@ -176,13 +185,19 @@ void calibrate(benchmark::State &state, bool square, bool karatsuba)
 
 void registerCalibration()
 {
+    const std::pair<Method, const char *> methods[] = {{Method::rows, "rows"},
+                                                       {Method::karatsuba, "karatsuba"},
+                                                       {Method::noToom, "no-toom"},
+                                                       {Method::toom, "toom"}};
     for (const bool square : {false, true}) {
-        const char *name = square ? "calibrate-square" : "calibrate-multiply";
-        for (const bool karatsuba : {false, true}) {
-            benchmark::RegisterBenchmark(
-                    (std::string(name) + (karatsuba ? "/karatsuba" : "/rows")).c_str(), calibrate,
-                    square, karatsuba)
-                    ->DenseRange(16, 112, 8);
+        const std::string name = square ? "calibrate-square/" : "calibrate-multiply/";
+        for (const auto &[method, methodName] : methods) {
+            benchmark::internal::Benchmark *b = benchmark::RegisterBenchmark(
+                    (name + methodName).c_str(), calibrate, square, method);
+            if (method == Method::rows || method == Method::karatsuba)
+                b->DenseRange(16, 112, 8);
+            else
+                b->DenseRange(48, 240, 16);
         }
     }
 }

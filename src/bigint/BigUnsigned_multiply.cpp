@@ -1,5 +1,6 @@
 // Multiplication: the reference shift-and-add over the bits of the left operand, and the fast
-// path on limbs (rows of limb products, a dedicated square, Karatsuba above a threshold).
+// path on limbs (rows of limb products, a dedicated square, Karatsuba above a threshold and
+// Toom's three-way split above another).
 #include "bigint/BigUnsigned.h"
 
 #include "bigint/Aliasing_p.h"
@@ -7,6 +8,7 @@
 #include "bigint/FastPaths_p.h"
 #include "bigint/LimbOps_p.h"
 
+#include <algorithm>
 #include <utility>
 
 using namespace LimbOps;
@@ -114,6 +116,209 @@ void multiplyKaratsuba(Limb *result, const Limb *x, const Limb *y, Index n, Inde
     (void)carry;
 }
 
+using Thresholds = BigIntPaths::MultiplyThresholds;
+
+// Below this many limbs Toom's split would leave a third part of no limbs (at 4) or of one limb
+// under parts too short to be worth it.
+constexpr Index toomMinimum = 5;
+
+bool usesToom(Index n, const Thresholds &thresholds, bool square)
+{
+    return n >= (square ? thresholds.toomSquare : thresholds.toom) && n >= toomMinimum;
+}
+
+Index karatsubaThreshold(const Thresholds &thresholds, bool square)
+{
+    return square ? thresholds.karatsubaSquare : thresholds.karatsuba;
+}
+
+// Whether an n-limb operand is split at all (rather than multiplied by rows of limb products).
+bool splits(Index n, const Thresholds &thresholds, bool square)
+{
+    return usesToom(n, thresholds, square)
+            || (n >= karatsubaThreshold(thresholds, square) && n >= 4);
+}
+
+// Scratch limbs multiplyBalanced needs for two n-limb operands (one, squared).
+Index balancedScratchSize(Index n, const Thresholds &thresholds, bool square)
+{
+    if (!usesToom(n, thresholds, square))
+        return karatsubaScratchSize(n, karatsubaThreshold(thresholds, square));
+    // Not monotonic in n where the method changes: the largest need of the three part sizes.
+    const Index k = (n + 2) / 3;
+    const Index deeper = std::max({balancedScratchSize(k + 1, thresholds, square),
+                                   balancedScratchSize(k, thresholds, square),
+                                   balancedScratchSize(n - 2 * k, thresholds, square)});
+    return 12 * (k + 1) + deeper;
+}
+
+void multiplyBalanced(Limb *result, const Limb *x, const Limb *y, Index n,
+                      const Thresholds &thresholds, Limb *scratch);
+
+// quotient[0..n) = x[0..n) / 3, x a multiple of 3; quotient may be x. Each quotient limb is the
+// remaining low limb times the inverse of 3 modulo the limb base; what three times it reaches
+// above that limb is taken from the next one.
+void divideExactlyBy3(Limb *quotient, const Limb *x, Index n)
+{
+    constexpr Limb inverse = Limb(~Limb(0) / 3 * 2 + 1); // 3 * inverse == 1 modulo the base
+    Limb borrow = 0;
+    for (Index i = 0; i < n; i++) {
+        const Limb limb = x[i];
+        const Limb q = Limb(limb - borrow) * inverse;
+        quotient[i] = q;
+        borrow = highLimb(DoubleLimb(q) * 3) + (limb < borrow);
+    }
+    assert(borrow == 0);
+}
+
+// With x = x2 B^2k + x1 B^k + x0 (x2 of `top` limbs): at1 = x0 + x1 + x2, atMinus1 =
+// |x0 - x1 + x2| and at2 = x0 + 2 x1 + 4 x2, each of k + 1 limbs; returns whether x0 - x1 + x2
+// is negative.
+bool evaluateToom3(Limb *at1, Limb *atMinus1, Limb *at2, const Limb *x, Index k, Index top)
+{
+    const Limb *x0 = x, *x1 = x + k, *x2 = x + 2 * k;
+    copyLimbs(atMinus1, x0, k); // x0 + x2 first
+    atMinus1[k] = addLimbsInto(atMinus1, k, x2, top);
+    at1[k] = atMinus1[k] + addLimbs(at1, atMinus1, x1, k);
+    bool negative = false;
+    if (atMinus1[k] == 0 && compareLimbs(atMinus1, x1, k) < 0) {
+        subtractLimbs(atMinus1, x1, atMinus1, k);
+        negative = true;
+    } else {
+        atMinus1[k] -= subtractLimbs(atMinus1, atMinus1, x1, k);
+    }
+    // (2 x2 + x1) * 2 + x0: below 7 B^k, so k + 1 limbs hold every step.
+    at2[top] = shiftLeftLimbs(at2, x2, top, 1);
+    zeroLimbs(at2 + top + 1, k - top);
+    addLimbsInto(at2, k + 1, x1, k);
+    shiftLeftLimbs(at2, at2, k + 1, 1);
+    addLimbsInto(at2, k + 1, x0, k);
+    return negative;
+}
+
+// result[0..2n) = x * y, both of n >= toomMinimum limbs (x == y squares), by Toom's three-way
+// split: with x = x2 B^2k + x1 B^k + x0 and y alike (k = ceil(n / 3)), the product is a
+// polynomial c4 t^4 + ... + c0 at t = B^k, found from its values at 0, 1, -1, 2 and infinity:
+// five products of about n / 3 limbs instead of nine. scratch holds
+// balancedScratchSize(n, thresholds, square) limbs; result overlaps neither operands nor scratch.
+void multiplyToom3(Limb *result, const Limb *x, const Limb *y, Index n,
+                   const Thresholds &thresholds, Limb *scratch)
+{
+    const bool square = x == y;
+    const Index k = (n + 2) / 3, top = n - 2 * k, m = k + 1;
+    Limb *xAt1 = scratch, *xAtMinus1 = xAt1 + m, *xAt2 = xAtMinus1 + m;
+    Limb *yAt1 = xAt2 + m, *yAtMinus1 = yAt1 + m, *yAt2 = yAtMinus1 + m;
+    Limb *w1 = yAt2 + m, *wMinus1 = w1 + 2 * m, *w2 = wMinus1 + 2 * m; // 2m limbs each
+    Limb *deeper = w2 + 2 * m;
+
+    bool negative = evaluateToom3(xAt1, xAtMinus1, xAt2, x, k, top);
+    if (square) { // the values of a square are squares: the sign at -1 drops out
+        yAt1 = xAt1;
+        yAtMinus1 = xAtMinus1;
+        yAt2 = xAt2;
+        negative = false;
+    } else {
+        negative ^= evaluateToom3(yAt1, yAtMinus1, yAt2, y, k, top);
+    }
+    Limb *c0 = result, *c4 = result + 4 * k; // the values at 0 and infinity go in place
+    multiplyBalanced(c0, x, y, k, thresholds, deeper);
+    multiplyBalanced(c4, x + 2 * k, y + 2 * k, top, thresholds, deeper);
+    multiplyBalanced(w1, xAt1, yAt1, m, thresholds, deeper);
+    multiplyBalanced(wMinus1, xAtMinus1, yAtMinus1, m, thresholds, deeper);
+    multiplyBalanced(w2, xAt2, yAt2, m, thresholds, deeper);
+
+    // Interpolation; every intermediate value is a sum of coefficients, so none goes negative.
+    // w2 = (w(2) - w(-1)) / 3 = c1 + c2 + 3 c3 + 5 c4
+    if (negative)
+        addLimbs(w2, w2, wMinus1, 2 * m);
+    else
+        subtractLimbs(w2, w2, wMinus1, 2 * m);
+    divideExactlyBy3(w2, w2, 2 * m);
+    // wMinus1 = (w(1) - w(-1)) / 2 = c1 + c3
+    if (negative)
+        addLimbs(wMinus1, w1, wMinus1, 2 * m);
+    else
+        subtractLimbs(wMinus1, w1, wMinus1, 2 * m);
+    shiftRightLimbs(wMinus1, wMinus1, 2 * m, 1);
+    // w1 = w(1) - c0 = c1 + c2 + c3 + c4
+    subtractLimbsFrom(w1, 2 * m, c0, 2 * k);
+    // w2 = (w2 - w1) / 2 = c3 + 2 c4
+    subtractLimbs(w2, w2, w1, 2 * m);
+    shiftRightLimbs(w2, w2, 2 * m, 1);
+    // w1 = w1 - (c1 + c3) - c4 = c2
+    subtractLimbs(w1, w1, wMinus1, 2 * m);
+    subtractLimbsFrom(w1, 2 * m, c4, 2 * top);
+    // w2 = c3, wMinus1 = c1
+    subtractLimbsFrom(w2, 2 * m, c4, 2 * top);
+    subtractLimbsFrom(w2, 2 * m, c4, 2 * top);
+    subtractLimbs(wMinus1, wMinus1, w2, 2 * m);
+
+    // Recombination: c2 fills the gap between c0 and c4 and reaches into c4 with at most a limb
+    // (c2 < 3 B^2k); c1 and c3 (c3 < 2 B^(k + top)) are added across.
+    copyLimbs(result + 2 * k, w1, 2 * k);
+    Limb carry = addLimbsInto(c4, 2 * top, w1 + 2 * k, 2);
+    carry |= addLimbsInto(result + k, 2 * n - k, wMinus1, 2 * m);
+    const Index c3Length = std::min(2 * m, k + 2 * top);
+    assert(trimmedLength(w2, 2 * m) <= c3Length);
+    carry |= addLimbsInto(result + 3 * k, 2 * n - 3 * k, w2, c3Length);
+    assert(carry == 0);
+    (void)carry;
+}
+
+// result[0..2n) = x * y, both of n limbs (x == y squares), by the method n calls for. scratch
+// holds balancedScratchSize(n, thresholds, square) limbs.
+void multiplyBalanced(Limb *result, const Limb *x, const Limb *y, Index n,
+                      const Thresholds &thresholds, Limb *scratch)
+{
+    const bool square = x == y;
+    if (usesToom(n, thresholds, square))
+        multiplyToom3(result, x, y, n, thresholds, scratch);
+    else
+        multiplyKaratsuba(result, x, y, n, karatsubaThreshold(thresholds, square), scratch);
+}
+
+// Scratch limbs multiplyUnbalanced needs, xn >= yn >= 1.
+Index unbalancedScratchSize(Index xn, Index yn, const Thresholds &thresholds)
+{
+    if (!splits(yn, thresholds, false))
+        return 0;
+    if (xn == yn)
+        return balancedScratchSize(yn, thresholds, false);
+    const Index rest = xn % yn;
+    return 2 * yn
+            + std::max(balancedScratchSize(yn, thresholds, false),
+                       rest == 0 ? 0 : unbalancedScratchSize(yn, rest, thresholds));
+}
+
+// product[0..xn+yn) = x * y, xn >= yn >= 1, x != y: the longer operand in pieces as long as the
+// shorter, each piece a balanced product. scratch holds unbalancedScratchSize(xn, yn) limbs.
+void multiplyUnbalanced(Limb *product, const Limb *x, Index xn, const Limb *y, Index yn,
+                        const Thresholds &thresholds, Limb *scratch)
+{
+    if (!splits(yn, thresholds, false)) {
+        multiplySchoolbook(product, x, xn, y, yn);
+        return;
+    }
+    if (xn == yn) {
+        multiplyBalanced(product, x, y, yn, thresholds, scratch);
+        return;
+    }
+    Limb *piece = scratch, *deeper = scratch + 2 * yn;
+    multiplyBalanced(product, x, y, yn, thresholds, deeper);
+    for (Index at = yn; at < xn; at += yn) {
+        const Index pieceLength = xn - at < yn ? xn - at : yn;
+        if (pieceLength == yn)
+            multiplyBalanced(piece, x + at, y, yn, thresholds, deeper);
+        else
+            multiplyUnbalanced(piece, y, yn, x + at, pieceLength, thresholds, deeper);
+        // Above what is written so far the piece is copied, below it added.
+        copyLimbs(product + at + yn, piece + yn, pieceLength);
+        const Limb carry = addLimbsInto(product + at, yn + pieceLength, piece, yn);
+        assert(carry == 0);
+        (void)carry;
+    }
+}
+
 } // namespace
 
 void BigIntPaths::squareLimbs(Limb *product, const Limb *x, Index n,
@@ -121,13 +326,12 @@ void BigIntPaths::squareLimbs(Limb *product, const Limb *x, Index n,
 {
     if (n == 0)
         return;
-    const Index threshold = thresholds.karatsubaSquare;
-    if (n < threshold) {
+    if (!splits(n, thresholds, true)) {
         squareSchoolbook(product, x, n);
         return;
     }
-    LimbBuffer scratch(karatsubaScratchSize(n, threshold));
-    multiplyKaratsuba(product, x, x, n, threshold, scratch.get());
+    LimbBuffer scratch(balancedScratchSize(n, thresholds, true));
+    multiplyBalanced(product, x, x, n, thresholds, scratch.get());
 }
 
 void BigIntPaths::multiplyLimbs(Limb *product, const Limb *x, Index xn, const Limb *y, Index yn,
@@ -145,25 +349,12 @@ void BigIntPaths::multiplyLimbs(Limb *product, const Limb *x, Index xn, const Li
         zeroLimbs(product, xn);
         return;
     }
-    const Index threshold = thresholds.karatsuba;
-    if (yn < threshold) {
+    if (!splits(yn, thresholds, false)) {
         multiplySchoolbook(product, x, xn, y, yn);
         return;
     }
-    // The longer operand in pieces as long as the shorter, each piece by Karatsuba's method.
-    LimbBuffer scratch(2 * yn + karatsubaScratchSize(yn, threshold));
-    Limb *piece = scratch.get();
-    zeroLimbs(product, xn + yn);
-    for (Index at = 0; at < xn; at += yn) {
-        const Index pieceLength = xn - at < yn ? xn - at : yn;
-        if (pieceLength == yn)
-            multiplyKaratsuba(piece, x + at, y, yn, threshold, piece + 2 * yn);
-        else
-            multiplyLimbs(piece, y, yn, x + at, pieceLength, thresholds);
-        const Limb carry = addLimbsInto(product + at, xn + yn - at, piece, yn + pieceLength);
-        assert(carry == 0);
-        (void)carry;
-    }
+    LimbBuffer scratch(unbalancedScratchSize(xn, yn, thresholds));
+    multiplyUnbalanced(product, x, xn, y, yn, thresholds, scratch.get());
 }
 
 bool BigIntPaths::startProduct(BigUnsigned &r, const BigUnsigned &a, const BigUnsigned &b)
@@ -215,13 +406,14 @@ void BigIntPaths::multiplyReference(BigUnsigned &r, const BigUnsigned &a, const 
     refuseOverLong(r);
 }
 
-void BigIntPaths::multiplyFast(BigUnsigned &r, const BigUnsigned &a, const BigUnsigned &b)
+void BigIntPaths::multiplyFast(BigUnsigned &r, const BigUnsigned &a, const BigUnsigned &b,
+                               const MultiplyThresholds &thresholds)
 {
     if (!isNormal(a) || !isNormal(b)) {
         multiplyReference(r, a, b);
         return;
     }
-    if (computedThroughTemporary(r, &BigIntPaths::multiplyFast, a, b))
+    if (computedThroughTemporary(r, &BigIntPaths::multiplyFast, a, b, thresholds))
         return;
     if (!startProduct(r, a, b))
         return;
@@ -235,7 +427,7 @@ void BigIntPaths::multiplyFast(BigUnsigned &r, const BigUnsigned &a, const BigUn
     } else {
         blocksToLimbs(y, b.blocks, b.length);
     }
-    multiplyLimbs(product, x, xn, y, yn);
+    multiplyLimbs(product, x, xn, y, yn, thresholds);
     limbsToBlocks(r.blocks, product, r.length);
     if (r.blocks[r.length - 1] == 0)
         r.length--;

@@ -23,6 +23,8 @@ constexpr quint32 blocksPerLimb = LimbOps::blocksPerLimb;
 constexpr quint32 karatsubaBlocks = blocksPerLimb * BigIntPaths::multiplyThresholds.karatsuba;
 constexpr quint32 karatsubaSquareBlocks =
         blocksPerLimb * BigIntPaths::multiplyThresholds.karatsubaSquare;
+constexpr quint32 toomBlocks = blocksPerLimb * BigIntPaths::multiplyThresholds.toom;
+constexpr quint32 toomSquareBlocks = blocksPerLimb * BigIntPaths::multiplyThresholds.toomSquare;
 
 // What an operation leaves behind, as text: per value written its length, capacity and blocks
 // (hashed), then the text thrown.
@@ -83,12 +85,13 @@ private:
     QRandomGenerator random;
 };
 
-// Rows of operand lengths in blocks: small ones, and each threshold with its neighbours.
-void addLengthRows(const char *name, quint32 shorter, quint32 longer)
+// Rows of operand lengths in blocks: small ones, and each threshold with its neighbours. Toom's
+// split from `toom` limbs on where that is not 0, so that short values reach it and its nesting.
+void addLengthRows(const char *name, quint32 shorter, quint32 longer, quint32 toom = 0)
 {
     for (int offset = -2; offset <= 2; offset++) {
         QTest::addRow("%s %+d", name, offset)
-                << quint32(int(shorter) + offset) << quint32(int(longer) + offset);
+                << quint32(int(shorter) + offset) << quint32(int(longer) + offset) << toom;
     }
 }
 
@@ -157,29 +160,57 @@ void tst_BigIntPaths::multiply_data()
 {
     QTest::addColumn<quint32>("shorter");
     QTest::addColumn<quint32>("longer");
+    QTest::addColumn<quint32>("toom");
     for (quint32 length = 1; length <= 5; length++)
-        QTest::addRow("%u blocks", length) << length << length;
-    QTest::newRow("1 by 7 blocks") << 1u << 7u;
-    QTest::newRow("2 by 9 blocks") << 2u << 9u;
+        QTest::addRow("%u blocks", length) << length << length << 0u;
+    QTest::newRow("1 by 7 blocks") << 1u << 7u << 0u;
+    QTest::newRow("2 by 9 blocks") << 2u << 9u << 0u;
     addLengthRows("karatsuba", karatsubaBlocks, karatsubaBlocks);
     addLengthRows("karatsuba square", karatsubaSquareBlocks, karatsubaSquareBlocks);
     addLengthRows("karatsuba twice", 2 * karatsubaBlocks, 2 * karatsubaBlocks + 1);
     addLengthRows("karatsuba, longer in pieces", karatsubaBlocks, 3 * karatsubaBlocks + 7);
+    addLengthRows("toom", toomBlocks, toomBlocks);
+    if (toomSquareBlocks != toomBlocks)
+        addLengthRows("toom square", toomSquareBlocks, toomSquareBlocks);
+    addLengthRows("toom from 4 limbs", 4 * blocksPerLimb, 4 * blocksPerLimb, 4);
+    addLengthRows("toom from 4 limbs, nested", 12 * blocksPerLimb, 12 * blocksPerLimb + 1, 4);
+    addLengthRows("toom from 4 limbs, unbalanced", 16 * blocksPerLimb, 25 * blocksPerLimb, 4);
 }
 
 void tst_BigIntPaths::multiply()
 {
     QFETCH(quint32, shorter);
     QFETCH(quint32, longer);
+    QFETCH(quint32, toom);
+    BigIntPaths::MultiplyThresholds thresholds = BigIntPaths::multiplyThresholds;
+    if (toom != 0)
+        thresholds.toom = thresholds.toomSquare = toom;
     Operands operands(seed ^ (shorter << 16 | longer));
-    for (int trial = 0; trial < 4; trial++) {
+    // At the library's Toom thresholds the reference takes long: the normal operands only.
+    const int trials = toom != 0 ? 6 : shorter + 2 >= qMin(toomBlocks, toomSquareBlocks) ? 2 : 4;
+    for (int trial = 0; trial < trials; trial++) {
         // Now and then a value with zero blocks on top, which the fast path leaves alone.
-        const BigUnsigned a = operands.ofLength(longer, trial != 2);
-        const BigUnsigned b = operands.ofLength(shorter, trial != 3);
+        BigUnsigned a = operands.ofLength(longer, trial != 2);
+        BigUnsigned b = operands.ofLength(shorter, trial != 3);
+        if (trial == 4) {
+            // x0 + B^4 by 1 + B^4 (B the limb base) splits into parts of two limbs and leaves
+            // x0 + 6 for the exact division by 3; a limb of 0x55.. above one of B / 2 makes it
+            // borrow across a limb it empties, which random operands all but never do.
+            const int bits = int(LimbOps::bitsPerLimb);
+            const BigUnsigned base = BigUnsigned(1) << bits, top = BigUnsigned(1) << 4 * bits;
+            a = top + (base - 1) / 3 * base + (base >> 1) - 6;
+            b = top + 1;
+        }
+        if (trial == 5) // all ones: carries run through the whole recombination
+            a = b = (BigUnsigned(1) << int(32 * longer)) - 1;
         const BigUnsigned start = operands.receiver();
         compare(where(trial), [&](bool fast, QByteArray &o) {
-            const auto multiply =
-                    fast ? &BigIntPaths::multiplyFast : &BigIntPaths::multiplyReference;
+            const auto multiply = [&](BigUnsigned &r, const BigUnsigned &x, const BigUnsigned &y) {
+                if (fast)
+                    BigIntPaths::multiplyFast(r, x, y, thresholds);
+                else
+                    BigIntPaths::multiplyReference(r, x, y);
+            };
             BigUnsigned r(start);
             multiply(r, b, a);
             record(o, r);
