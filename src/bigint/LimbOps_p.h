@@ -115,9 +115,44 @@ inline int compareLimbs(const Limb *x, const Limb *y, Index n)
     return 0;
 }
 
+#if defined(__x86_64__) && defined(__GNUC__) && defined(__SIZEOF_INT128__) \
+        && !defined(ORVEX_PORTABLE_LIMBS)
+// One limb product and the additions after it in x86-64 instructions: compilers keep the 128-bit
+// sums of the portable loops in memory and take half as long again. ORVEX_PORTABLE_LIMBS keeps
+// the portable loops (to test them).
+#  define ORVEX_LIMB_ASSEMBLY 1
+
+// high:low = x * y.
+inline void multiplyWide(Limb x, Limb y, Limb *high, Limb *low)
+{
+    __asm__("mulq %3" : "=a"(*low), "=d"(*high) : "a"(x), "rm"(y) : "cc");
+}
+#endif
+
 // result = x + y over n limbs; returns the carry out. result may be x or y.
 inline Limb addLimbs(Limb *result, const Limb *x, const Limb *y, Index n)
 {
+#ifdef ORVEX_LIMB_ASSEMBLY
+    // One add-with-carry chain through the whole array, the index counting up to zero so that
+    // the loop test leaves the carry flag alone.
+    if (n == 0)
+        return 0;
+    Limb carry, t;
+    long i = -long(n);
+    // volatile: callers that ignore the carry still need the sum written.
+    __asm__ volatile("xorl %k[carry], %k[carry]\n"
+                     "1:\n\t"
+                     "movq (%[x],%[i],8), %[t]\n\t"
+                     "adcq (%[y],%[i],8), %[t]\n\t"
+                     "movq %[t], (%[r],%[i],8)\n\t"
+                     "incq %[i]\n\t"
+                     "jnz 1b\n\t"
+                     "setc %b[carry]"
+                     : [carry] "=&r"(carry), [t] "=&r"(t), [i] "+r"(i)
+                     : [x] "r"(x + n), [y] "r"(y + n), [r] "r"(result + n)
+                     : "cc", "memory");
+    return carry;
+#else
     Limb carry = 0;
     for (Index i = 0; i < n; i++) {
         const DoubleLimb sum = DoubleLimb(x[i]) + y[i] + carry;
@@ -125,11 +160,30 @@ inline Limb addLimbs(Limb *result, const Limb *x, const Limb *y, Index n)
         carry = highLimb(sum);
     }
     return carry;
+#endif
 }
 
 // result = x - y over n limbs; returns the borrow out. result may be x or y.
 inline Limb subtractLimbs(Limb *result, const Limb *x, const Limb *y, Index n)
 {
+#ifdef ORVEX_LIMB_ASSEMBLY
+    if (n == 0)
+        return 0;
+    Limb borrow, t;
+    long i = -long(n);
+    __asm__ volatile("xorl %k[borrow], %k[borrow]\n"
+                     "1:\n\t"
+                     "movq (%[x],%[i],8), %[t]\n\t"
+                     "sbbq (%[y],%[i],8), %[t]\n\t"
+                     "movq %[t], (%[r],%[i],8)\n\t"
+                     "incq %[i]\n\t"
+                     "jnz 1b\n\t"
+                     "setc %b[borrow]"
+                     : [borrow] "=&r"(borrow), [t] "=&r"(t), [i] "+r"(i)
+                     : [x] "r"(x + n), [y] "r"(y + n), [r] "r"(result + n)
+                     : "cc", "memory");
+    return borrow;
+#else
     Limb borrow = 0;
     for (Index i = 0; i < n; i++) {
         const DoubleLimb difference = DoubleLimb(x[i]) - y[i] - borrow;
@@ -137,6 +191,7 @@ inline Limb subtractLimbs(Limb *result, const Limb *x, const Limb *y, Index n)
         borrow = highLimb(difference) & 1;
     }
     return borrow;
+#endif
 }
 
 // x += 1 over n limbs, stopping where the carry stops; returns the carry out of the top.
@@ -173,20 +228,6 @@ inline Limb subtractLimbsFrom(Limb *target, Index targetLength, const Limb *x, I
     return subtractLimbs(target, target, x, xn) ? decrementLimbs(target + xn, targetLength - xn)
                                                 : 0;
 }
-
-#if defined(__x86_64__) && defined(__GNUC__) && defined(__SIZEOF_INT128__) \
-        && !defined(ORVEX_PORTABLE_LIMBS)
-// One limb product and the additions after it in x86-64 instructions: compilers keep the 128-bit
-// sums of the portable loops in memory and take half as long again. ORVEX_PORTABLE_LIMBS keeps
-// the portable loops (to test them).
-#  define ORVEX_LIMB_ASSEMBLY 1
-
-// high:low = x * y.
-inline void multiplyWide(Limb x, Limb y, Limb *high, Limb *low)
-{
-    __asm__("mulq %3" : "=a"(*low), "=d"(*high) : "a"(x), "rm"(y) : "cc");
-}
-#endif
 
 // result[0..n) = x[0..n) * y; returns the limb carried out of the top. result may be x.
 inline Limb multiplyLimb(Limb *result, const Limb *x, Index n, Limb y)
