@@ -30,14 +30,10 @@ void tst_Utils::readChildEleText_data()
     QTest::addColumn<QString>("tag");
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("found");
-    QTest::newRow("absent") << "none"
-                            << "" << false;
-    QTest::newRow("grandchild not searched") << "deep"
-                                             << "" << false;
-    QTest::newRow("empty child") << "empty"
-                                 << "" << true;
-    QTest::newRow("first of two, descendants' text") << "name"
-                                                     << "Orvex suite" << true;
+    QTest::newRow("absent") << "none" << QString() << false;
+    QTest::newRow("grandchild not searched") << "deep" << QString() << false;
+    QTest::newRow("empty child") << "empty" << QString() << true;
+    QTest::newRow("first of two, descendants' text") << "name" << QString("Orvex suite") << true;
 }
 
 void tst_Utils::readChildEleText()
