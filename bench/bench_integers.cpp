@@ -14,6 +14,7 @@
 
 #include <boost/multiprecision/cpp_int.hpp>
 
+#include <algorithm>
 #include <cstdlib>
 #include <random>
 #include <string>
@@ -400,6 +401,22 @@ void calibrateFromText(benchmark::State &state)
                                                            10, BigUnsigned::Index(state.range(1))));
 }
 
+// calibrate-divide: 2n limbs by n limbs, recursive from the given divisor length (limbs) on.
+void calibrateDivide(benchmark::State &state)
+{
+    const BigUnsigned::Index n = BigUnsigned::Index(state.range(0));
+    const Limbs u = randomLimbs(2 * n * LimbOps::bitsPerLimb, 3);
+    const Limbs v = randomLimbs(n * LimbOps::bitsPerLimb, 4);
+    Limbs work(2 * n + 1), quotient(n + 1), scratch(n);
+    for (auto _ : state) {
+        std::copy(u.begin(), u.end(), work.begin());
+        work[2 * n] = 0;
+        BigIntPaths::divideLimbs(quotient.data(), work.data(), 2 * n, v.data(), n, scratch.data(),
+                                 BigUnsigned::Index(state.range(1)));
+        benchmark::DoNotOptimize(quotient.data());
+    }
+}
+
 void calibrateGcd(benchmark::State &state)
 {
     const unsigned n = unsigned(state.range(0));
@@ -447,6 +464,9 @@ BENCHMARK(calibrateToText)
 BENCHMARK(calibrateFromText)
         ->Name("calibrate-fromtext")
         ->ArgsProduct({{32768, 65536, 131072, 262144}, {256, 512, 1024, 2048, 4096}});
+BENCHMARK(calibrateDivide)
+        ->Name("calibrate-divide")
+        ->ArgsProduct({{32, 48, 64, 96, 128, 256, 1024}, {16, 24, 32, 48, 64, 96, 128, 100000}});
 BENCHMARK(calibrateGcd)
         ->Name("calibrate-gcd")
         ->ArgsProduct({{64, 96, 128, 192, 256}, {1, 2, 4, 8, 16}});

@@ -18,6 +18,24 @@
 //   as a borrow out of the two-limb remainder and is mended by one add-back. Where the window's
 //   top two limbs equal v's, the digit is B - 1 exactly.
 // - After the last step u[0..vn) is the shifted remainder and the limbs above it are zero.
+//
+// Long divisors go recursively, still on the normalised operands; each quotient digit above is
+// then a block of limbs rather than one limb:
+// - A step divides a window of n + k limbs by the top n limbs d of v, the window's top n limbs
+//   below d, so the quotient has k <= n limbs; the remainder replaces the window's low n limbs.
+// - With k = n the quotient is found in two halves, the high one first, each a step of its own.
+// - With k < n the window's top 2k limbs are divided by d's top k limbs (recursively, a quotient
+//   of k limbs and a bit on top). For a normalised divisor that estimate exceeds the true
+//   quotient by at most two. Subtracting the estimate times d's low n - k limbs from the n-limb
+//   remainder of that division leaves the window less the estimate times d; while that is
+//   negative (a borrow out of the top), the estimate drops by one and d is added back.
+// - Below the threshold a step runs algorithm D over the window, whose invariant holds because
+//   the window's top n limbs are below d.
+// - The whole quotient goes a block of vn limbs at a time from the top (the top block shorter),
+//   each block a step on the remainder so far with the next limbs appended.
+// The work is a few products of each size on the way down, so the cost follows the cost of the
+// multiplication times the depth; the scratch is vn limbs for the products besides what the
+// multiplication takes.
 #include "bigint/BigUnsigned.h"
 
 #include "bigint/BlockOps_p.h"
@@ -73,6 +91,83 @@ void divideNormalised(Limb *quotient, Limb *u, Index un, const Limb *v, Length v
     }
 }
 
+// The recursive steps for a normalised v[0..vn) (top made from its top limbs), algorithm D below
+// `threshold` limbs; `product` holds vn limbs for the corrections.
+class RecursiveDivision
+{
+public:
+    RecursiveDivision(const Limb *v, Index vn, const TwoLimbDivisor &top, Index threshold,
+                      Limb *product)
+        : v(v), vn(vn), top(top), threshold(threshold), product(product)
+    {
+        assert(threshold >= 4);
+    }
+
+    // quotient[0..un-vn] = u[0..un] / v, u[0..vn) the remainder, the limbs above it zero; the top
+    // vn limbs of u are below v (u[un] is a zero guard).
+    void divide(Limb *quotient, Limb *u, Index un) const
+    {
+        const Index quotientLength = un - vn + 1;
+        Index k = quotientLength % vn == 0 ? vn : quotientLength % vn;
+        for (Index at = quotientLength - k;; at -= vn, k = vn) {
+            step(quotient + at, u + at, vn, k);
+            if (at == 0)
+                break;
+        }
+        zeroLimbs(u + vn, un + 1 - vn);
+    }
+
+private:
+    // window[0..n+k) by d, the top n limbs of v, window[k..n+k) below d, 1 <= k <= n: quotient[0..k)
+    // gets the quotient, window[0..n) the remainder; window[n..n+k) is left undefined.
+    void step(Limb *quotient, Limb *window, Index n, Index k) const
+    {
+        const Limb *d = v + vn - n;
+        if (k < threshold) {
+            divideNormalised(quotient, window, n + k - 1, d, n, top);
+            return;
+        }
+        if (k == n) {
+            const Index low = n / 2;
+            step(quotient + low, window + low, n, n - low);
+            step(quotient, window, n, low);
+            return;
+        }
+        // The estimate and its remainder from the top 2k limbs by d's top k limbs.
+        const Index m = n - k;
+        Limb quotientTop = divideTwice(quotient, window + m, k);
+        BigIntPaths::multiplyLimbs(product, quotient, k, d, m);
+        Limb borrow = subtractLimbs(window, window, product, n);
+        if (quotientTop != 0)
+            borrow += subtractLimbs(window + k, window + k, d, m);
+        while (borrow != 0) {
+            quotientTop -= decrementLimbs(quotient, k);
+            borrow -= addLimbs(window, window, d, n);
+        }
+        assert(quotientTop == 0);
+    }
+
+    // window[0..2n) by d, the top n limbs of v: quotient[0..n) gets the low n limbs of the
+    // quotient, returned the limb above them (0 or 1), window[0..n) the remainder.
+    Limb divideTwice(Limb *quotient, Limb *window, Index n) const
+    {
+        const Limb *d = v + vn - n;
+        Limb quotientTop = 0;
+        if (compareLimbs(window + n, d, n) >= 0) {
+            subtractLimbs(window + n, window + n, d, n);
+            quotientTop = 1;
+        }
+        step(quotient, window, n, n);
+        return quotientTop;
+    }
+
+    const Limb *v;
+    Index vn;
+    const TwoLimbDivisor &top;
+    Index threshold;
+    Limb *product;
+};
+
 } // namespace
 
 namespace {
@@ -96,11 +191,12 @@ TwoLimbDivisor shiftedTop(const Limb *v, Index vn, unsigned shift)
 
 } // namespace
 
-LimbDivisor::LimbDivisor(const Limb *divisor, Index length, Limb *storage)
+LimbDivisor::LimbDivisor(const Limb *divisor, Index length, Limb *storage, Index recursiveLimbs)
     : v(divisor),
       vn(length),
       shift(normalisingShift(divisor, length)),
-      top(shiftedTop(divisor, length, shift))
+      top(shiftedTop(divisor, length, shift)),
+      recursiveLimbs(recursiveLimbs)
 {
     if (vn >= 2 && shift > 0) {
         shiftLeftLimbs(storage, v, vn, shift);
@@ -132,6 +228,11 @@ void LimbDivisor::divideShifted(Limb *quotient, Limb *u, Index un) const
         quotient[un - vn] = 0;
         un--;
     }
+    if (vn >= recursiveLimbs) {
+        LimbBuffer product(vn);
+        RecursiveDivision(v, vn, top, recursiveLimbs, product.get()).divide(quotient, u, un);
+        return;
+    }
     using std::integral_constant;
     switch (vn) {
     case 2:
@@ -146,9 +247,9 @@ void LimbDivisor::divideShifted(Limb *quotient, Limb *u, Index un) const
 }
 
 void BigIntPaths::divideLimbs(Limb *quotient, Limb *u, Index un, const Limb *v, Index vn,
-                              Limb *scratch)
+                              Limb *scratch, Index recursiveLimbs)
 {
-    LimbDivisor(v, vn, scratch).divide(quotient, u, un);
+    LimbDivisor(v, vn, scratch, recursiveLimbs).divide(quotient, u, un);
 }
 
 void BigIntPaths::divideReference(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q)
@@ -199,7 +300,8 @@ void BigIntPaths::divideReference(BigUnsigned &x, const BigUnsigned &b, BigUnsig
     x.trimLeadingZeros();
 }
 
-void BigIntPaths::divideFast(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q)
+void BigIntPaths::divideFast(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q,
+                             Index recursiveLimbs)
 {
     if (!isNormal(x) || !isNormal(b)) {
         divideReference(x, b, q);
@@ -209,19 +311,20 @@ void BigIntPaths::divideFast(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &
         throw sameVariableText;
     if (&x == &b || &q == &b) {
         BigUnsigned divisor(b);
-        divideFast(x, divisor, q);
+        divideFast(x, divisor, q, recursiveLimbs);
         return;
     }
     if (b.isZero() || x.length < b.length) {
         q.length = 0;
         return;
     }
-    divideFastInto(x, b, q);
+    divideFastInto(x, b, q, recursiveLimbs);
 }
 
 // The sizes of the reference (a guard block on the dividend, room for every quotient block), the
 // arithmetic on limbs.
-void BigIntPaths::divideFastInto(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q)
+void BigIntPaths::divideFastInto(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q,
+                                 Index recursiveLimbs)
 {
     const Index dividendLength = x.length;
     x.reserveAndKeep(dividendLength + 1);
@@ -234,7 +337,7 @@ void BigIntPaths::divideFastInto(BigUnsigned &x, const BigUnsigned &b, BigUnsign
     blocksToLimbs(u, x.blocks, dividendLength);
     u[un] = 0;
     blocksToLimbs(v, b.blocks, b.length);
-    divideLimbs(quotient, u, un, v, vn, scratch);
+    divideLimbs(quotient, u, un, v, vn, scratch, recursiveLimbs);
     // The limbs hold at least as many blocks as q and the remainder; the blocks above are zero.
     limbsToBlocks(q.blocks, quotient, q.length);
     if (q.blocks[q.length - 1] == 0)

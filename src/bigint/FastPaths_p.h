@@ -45,6 +45,11 @@ public:
     };
     static constexpr MultiplyThresholds multiplyThresholds{40, 48, 192, 192};
 
+    // Divisors of this many limbs or more are divided recursively (halves of the quotient, each
+    // estimated from the top of the divisor and corrected by one product), below it by algorithm
+    // D alone. CALIBRATION
+    static constexpr Index recursiveDivisionLimbs = 48;
+
     // r = a * b as BigUnsigned::multiply does it: bit by bit through shifted blocks, or fast.
     static void multiplyReference(BigUnsigned &r, const BigUnsigned &a, const BigUnsigned &b);
     static void multiplyFast(BigUnsigned &r, const BigUnsigned &a, const BigUnsigned &b,
@@ -52,7 +57,8 @@ public:
     // The receiver x holds the dividend and gets the remainder, q the quotient, as
     // BigUnsigned::divideWithRemainder does it: base-2 long division, or fast.
     static void divideReference(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q);
-    static void divideFast(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q);
+    static void divideFast(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q,
+                           Index recursiveLimbs = recursiveDivisionLimbs);
     // modexp's square-and-multiply, reducing by the reference operations, or on limbs with all
     // storage sized once.
     static BigUnsigned modexpReference(const BigInteger &base, const BigUnsigned &exponent,
@@ -70,15 +76,16 @@ public:
     // Knuth's division of u[0..un] (un + 1 limbs, the top one a guard that must be zero) by
     // v[0..vn), 1 <= vn <= un, v's top limb non-zero: quotient[0..un-vn] gets the quotient,
     // u[0..vn) the remainder and the limbs of u above it zeros. v is left as it was; scratch
-    // holds vn limbs.
+    // holds vn limbs. Divisors of `recursiveLimbs` limbs or more are divided recursively.
     static void divideLimbs(Limb *quotient, Limb *u, Index un, const Limb *v, Index vn,
-                            Limb *scratch);
+                            Limb *scratch, Index recursiveLimbs = recursiveDivisionLimbs);
 
 private:
     // Sizes r for the product of a and b; false, with r zero, when either is zero.
     static bool startProduct(BigUnsigned &r, const BigUnsigned &a, const BigUnsigned &b);
     static void refuseOverLong(BigUnsigned &r);
-    static void divideFastInto(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q);
+    static void divideFastInto(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q,
+                               Index recursiveLimbs);
     static BigUnsigned modexpOnLimbs(const BigUnsigned &reducedBase, const BigUnsigned &exponent,
                                      const BigUnsigned &modulus);
 };
@@ -92,8 +99,9 @@ public:
     using Limb = LimbOps::Limb;
 
     // v[0..vn), vn >= 1, the top limb non-zero; `storage` holds vn limbs for the shifted copy and
-    // outlives the divisor, and so does v.
-    LimbDivisor(const Limb *v, Index vn, Limb *storage);
+    // outlives the divisor, and so does v. From `recursiveLimbs` limbs on, v divides recursively.
+    LimbDivisor(const Limb *v, Index vn, Limb *storage,
+                Index recursiveLimbs = BigIntPaths::recursiveDivisionLimbs);
     // As BigIntPaths::divideLimbs: quotient[0..un-vn] = u[0..un] / v, u[0..vn) the remainder, the
     // limbs above it zero; un >= vn and u[un] a zero guard.
     void divide(Limb *quotient, Limb *u, Index un) const;
@@ -109,6 +117,7 @@ private:
     Index vn;
     unsigned shift;
     LimbOps::TwoLimbDivisor top;
+    Index recursiveLimbs;
 };
 
 // Limb storage for a fast path: on the stack when small, else on the heap.

@@ -229,23 +229,37 @@ void tst_BigIntPaths::divide_data()
     QTest::addColumn<quint32>("dividendLength");
     QTest::addColumn<Blocks>("dividend");
     QTest::addColumn<Blocks>("divisor");
+    QTest::addColumn<quint32>("threshold"); // of the recursive division, in limbs
+    const quint32 t = BigIntPaths::recursiveDivisionLimbs;
     // Quotient digits one too large, which only these rare operands reach: the estimate from the
     // top limbs passes, and the product of the whole divisor must be added back.
     const Blocks one7 = {0, 0, 0, 0, 0, 0, 1};
-    QTest::newRow("add back") << 0u << 0u << one7 << Blocks{1, 0, 0, 0, 0, 0x80000000u};
+    QTest::newRow("add back") << 0u << 0u << one7 << Blocks{1, 0, 0, 0, 0, 0x80000000u} << t;
     QTest::newRow("add back, low limb all ones")
-            << 0u << 0u << one7 << Blocks{0xFFFFFFFFu, 0x7FFFFFFFu, 0, 0, 0, 0x80000000u};
+            << 0u << 0u << one7 << Blocks{0xFFFFFFFFu, 0x7FFFFFFFu, 0, 0, 0, 0x80000000u} << t;
     QTest::newRow("add back, longer dividend")
             << 0u << 0u << Blocks{0, 0, 0, 0, 0, 0, 0, 0, 1}
-            << Blocks{0xFFFFFFFFu, 0xFFFFFFFFu, 0, 0, 0, 0x80000000u};
+            << Blocks{0xFFFFFFFFu, 0xFFFFFFFFu, 0, 0, 0, 0x80000000u} << t;
     for (quint32 divisor = 1; divisor <= 7; divisor++) {
         QTest::addRow("%u-block divisor", divisor)
-                << divisor << 2 * divisor + 1 << Blocks() << Blocks();
+                << divisor << 2 * divisor + 1 << Blocks() << Blocks() << t;
     }
-    QTest::newRow("dividend shorter") << 5u << 4u << Blocks() << Blocks();
-    QTest::newRow("equal lengths") << 6u << 6u << Blocks() << Blocks();
-    QTest::newRow("long divisor") << 2 * karatsubaBlocks + 3 << 4 * karatsubaBlocks << Blocks()
-                                  << Blocks();
+    QTest::newRow("dividend shorter") << 5u << 4u << Blocks() << Blocks() << t;
+    QTest::newRow("equal lengths") << 6u << 6u << Blocks() << Blocks() << t;
+    // Recursive division at its threshold, and at a small one: quotients shorter than it, as long
+    // as the divisor (halves on halves) and longer (in blocks of the divisor's length).
+    for (quint32 limbs : {t - 1, t, t + 1}) {
+        QTest::addRow("%u-limb divisor", limbs)
+                << blocksPerLimb * limbs - 1 << 2 * blocksPerLimb * limbs + 3 << Blocks() << Blocks()
+                << t;
+    }
+    for (quint32 limbs : {3u, 4u, 5u, 9u, 15u}) {
+        for (quint32 quotient : {2u, limbs, 3 * limbs + 1}) {
+            QTest::addRow("%u-limb divisor, %u-limb quotient, threshold 4", limbs, quotient)
+                    << blocksPerLimb * limbs - limbs % 2 << blocksPerLimb * (limbs + quotient)
+                    << Blocks() << Blocks() << 4u;
+        }
+    }
 }
 
 void tst_BigIntPaths::divide()
@@ -254,15 +268,17 @@ void tst_BigIntPaths::divide()
     QFETCH(quint32, dividendLength);
     QFETCH(Blocks, dividend);
     QFETCH(Blocks, divisor);
-    Operands operands(seed ^ (divisorLength << 16 | dividendLength));
-    const int trials = dividend.isEmpty() ? 8 : 1;
+    QFETCH(quint32, threshold);
+    Operands operands(seed ^ (divisorLength << 16 | dividendLength) ^ threshold << 8);
+    const int trials = dividend.isEmpty() ? 9 : 1;
     for (int trial = 0; trial < trials; trial++) {
         BigUnsigned b = operands.ofLength(divisorLength, trial != 3);
         BigUnsigned x = operands.ofLength(dividendLength, trial != 2);
         // Dividends made from the divisor reach the corrections of the quotient digits: a
         // remainder below the divisor, the divisor times a small number less one, the divisor
-        // times the limb base less one (a digit of all ones), and the divisor two limbs up with
-        // a little below it (top limbs equal to the divisor, a top digit of one).
+        // times the limb base less one (a digit of all ones), the divisor two limbs up with a
+        // little below it (top limbs equal to the divisor, a top digit of one), and the divisor
+        // times a power of the limb base less one (as many digits of all ones as the quotient).
         if (trial == 4)
             x = x * b + operands.ofLength(b.getLength());
         if (trial == 5 && !b.isZero())
@@ -271,6 +287,8 @@ void tst_BigIntPaths::divide()
             x = (b << int(32 * blocksPerLimb)) - BigUnsigned(1);
         if (trial == 7 && !b.isZero())
             x = (b << int(64 * blocksPerLimb)) + operands.ofLength(2);
+        if (trial == 8 && !b.isZero())
+            x = (b << int(32 * dividendLength)) - BigUnsigned(1);
         if (!dividend.isEmpty()) {
             x = fromBlocks(dividend);
             b = fromBlocks(divisor);
@@ -278,7 +296,10 @@ void tst_BigIntPaths::divide()
         const BigUnsigned start = operands.receiver();
         const BigUnsigned quotientStart = operands.receiver();
         compare(where(trial), [&](bool fast, QByteArray &o) {
-            const auto divide = fast ? &BigIntPaths::divideFast : &BigIntPaths::divideReference;
+            const auto divide = [&](BigUnsigned &u, const BigUnsigned &v, BigUnsigned &w) {
+                fast ? BigIntPaths::divideFast(u, v, w, threshold)
+                     : BigIntPaths::divideReference(u, v, w);
+            };
             BigUnsigned r(start), q(quotientStart);
             r = x;
             divide(r, b, q);
