@@ -4,8 +4,10 @@
 #include "bigint/FastPaths_p.h"
 #include "bigint/LimbOps_p.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -67,6 +69,38 @@ BigUnsigned fromWords(const Limb *words, Index n, Index extraCapacity = 0)
     return BigUnsigned(blocks, length + extraCapacity);
 }
 
+// Every power of the base is used as its odd part times a power of two, the latter applied as a
+// shift: for decimal the odd part is a third shorter, and so is every product and division by it.
+// The shifts are ints, so values of this many bits or more keep whole powers.
+constexpr unsigned long long maxStrippedBits = 1ull << 30;
+
+unsigned trailingZeroBits(Limb x)
+{
+    assert(x != 0);
+    unsigned n = 0;
+    for (; (x & 1) == 0; x >>= 1)
+        n++;
+    return n;
+}
+
+// x * 2^s, zero staying a normal zero.
+BigUnsigned shiftedUp(const BigUnsigned &x, unsigned s)
+{
+    return x.isZero() || s == 0 ? x : x << int(s);
+}
+
+// x mod 2^s.
+BigUnsigned lowBits(const BigUnsigned &x, unsigned s)
+{
+    const Index n = std::min(x.getLength(), Index((s + 31) / 32));
+    std::vector<Blk> blocks(n);
+    for (Index i = 0; i < n; i++)
+        blocks[i] = x.blockAt(i);
+    if (n > 0 && n * 32 > s)
+        blocks[n - 1] &= (Blk(1) << (s % 32)) - 1;
+    return BigUnsigned(blocks.data(), n);
+}
+
 // The digits a word holds: the largest power of the base that fits a word, and its exponent.
 struct Chunk
 {
@@ -108,10 +142,15 @@ public:
     {
         if (x.getLength() < splitBlocks || x.getLength() < 2 * blocksPerLimb)
             return writeSmall(x, out, 0);
-        // powers[i] is the chunk power to the 2^i; the last one squared exceeds x.
-        powers.push_back(fromWords(&chunk.power, 1));
-        while (x.bitLength() > 2 * (powers.back().bitLength() - 1))
+        // powers[i] * 2^shifts[i] is the chunk power to the 2^i; the last one squared exceeds x.
+        const unsigned twos = x.bitLength() < maxStrippedBits ? trailingZeroBits(chunk.power) : 0;
+        const Limb odd = chunk.power >> twos;
+        powers.push_back(fromWords(&odd, 1));
+        shifts.push_back(twos);
+        while (x.bitLength() > 2 * (powers.back().bitLength() + shifts.back() - 1)) {
             powers.push_back(powers.back() * powers.back());
+            shifts.push_back(2 * shifts.back());
+        }
         return write(x, int(powers.size()) - 1, out, 0);
     }
 
@@ -122,11 +161,16 @@ private:
     {
         if (level < 0 || v.getLength() < splitBlocks)
             return writeSmall(v, out, pad);
-        const BigUnsigned &power = powers[size_t(level)];
-        if (v < power)
+        // v < odd * 2^twos exactly when v / 2^twos < odd; then v divides as v / 2^twos, the bits
+        // shifted off joining the remainder.
+        const BigUnsigned &odd = powers[size_t(level)];
+        const unsigned twos = shifts[size_t(level)];
+        BigUnsigned remainder(twos > 0 ? v >> int(twos) : v), quotient;
+        if (remainder < odd)
             return write(v, level - 1, out, pad);
-        BigUnsigned remainder(v), quotient;
-        remainder.divideWithRemainder(power, quotient);
+        remainder.divideWithRemainder(odd, quotient);
+        if (twos > 0)
+            remainder = shiftedUp(remainder, twos) | lowBits(v, twos);
         const Index low = Index(chunk.digits) << level;
         write(remainder, level - 1, out, low);
         return low + write(quotient, level - 1, out + low, pad > 0 ? pad - low : 0);
@@ -160,6 +204,7 @@ private:
     SingleDivisor divisor;
     Index splitBlocks;
     std::vector<BigUnsigned> powers;
+    std::vector<unsigned> shifts;
 };
 
 // Decimal digits read straight from text, least significant (the last symbol) first.
@@ -169,14 +214,19 @@ struct DecimalText
     unsigned operator[](Index i) const { return unsigned(end[-1 - std::ptrdiff_t(i)] - '0'); }
 };
 
-// Reads digits a word's worth (a chunk) at a time; long strings are split by the chunk power
-// to powers of two into halves read on their own.
+// Reads digits a word's worth (a chunk) at a time; long strings are split into halves read on
+// their own, joined by the chunk power to the low half's chunk count.
 template <class Digits>
 class ValueReader
 {
 public:
     ValueReader(Digits digits, Index count, unsigned base, Index splitChunks)
-        : digits(digits), count(count), base(base), chunk(base), splitChunks(splitChunks)
+        : digits(digits),
+          count(count),
+          base(base),
+          chunk(base),
+          splitChunks(splitChunks),
+          twos(16ull * count < maxStrippedBits ? trailingZeroBits(chunk.power) : 0)
     {}
 
     // The value into words, which has room for limbsFor(count * 16 bits) + 1 words; returns
@@ -215,19 +265,32 @@ private:
             LimbBuffer buffer(n + 1);
             return fromWords(buffer.get(), readSmall(from, to, buffer.get()));
         }
-        // The low part takes the largest power of two of chunks below n.
-        unsigned level = 0;
-        while ((Index(2) << level) < n)
-            level++;
-        const Index low = Index(1) << level;
-        while (powers.size() <= level)
-            powers.push_back(powers.empty() ? fromWords(&chunk.power, 1)
-                                            : powers.back() * powers.back());
+        // Halves as equal as may be, so that the products are of equal lengths.
+        const Index low = n / 2;
         BigUnsigned high = read(from + low, to);
-        high.multiply(high, powers[level]);
+        high.multiply(high, power(low));
         BigUnsigned result;
-        result.add(high, read(from, from + low));
+        result.add(shiftedUp(high, twos * low), read(from, from + low));
         return result;
+    }
+
+    // The odd part of the chunk power to the m, m >= 1 (the rest is 2^(twos * m)).
+    const BigUnsigned &power(Index m)
+    {
+        const auto found = powers.find(m);
+        if (found != powers.end())
+            return found->second;
+        BigUnsigned p;
+        if (m == 1) {
+            const Limb odd = chunk.power >> twos;
+            p = fromWords(&odd, 1);
+        } else {
+            const BigUnsigned &half = power(m / 2);
+            p.multiply(half, half);
+            if (m % 2 != 0)
+                p.multiply(p, power(1));
+        }
+        return powers.emplace(m, p).first->second;
     }
 
     Digits digits;
@@ -235,7 +298,8 @@ private:
     unsigned base;
     Chunk chunk;
     Index splitChunks;
-    std::vector<BigUnsigned> powers;
+    unsigned twos;
+    std::map<Index, BigUnsigned> powers;
 };
 
 // The capacity Horner's steps leave on the value of the digits, words[0..n).
