@@ -348,7 +348,9 @@ void tst_BigIntPaths::modexp()
 
 void tst_BigIntPaths::toDigits_data()
 {
-    addThresholdRows("blocks", BaseConversion::toDigitsSplitBlocks, 4, {1});
+    // Values long enough for the recursive division at the top split.
+    addThresholdRows("blocks", BaseConversion::toDigitsSplitBlocks, 4,
+                     {1, 4 * blocksPerLimb * BigIntPaths::recursiveDivisionLimbs + 1});
 }
 
 void tst_BigIntPaths::toDigits()
