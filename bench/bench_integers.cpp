@@ -460,10 +460,10 @@ BENCHMARK(fromTextGmp)->Name("fromtext/gmp")->Arg(3321929)->Unit(benchmark::kMil
 
 BENCHMARK(calibrateToText)
         ->Name("calibrate-totext")
-        ->ArgsProduct({{4096, 16384, 65536, 262144}, {16, 64, 256, 1024, 4096}});
+        ->ArgsProduct({{4096, 8192, 16384, 65536, 262144}, {64, 96, 128, 192, 256, 1024}});
 BENCHMARK(calibrateFromText)
         ->Name("calibrate-fromtext")
-        ->ArgsProduct({{32768, 65536, 131072, 262144}, {256, 512, 1024, 2048, 4096}});
+        ->ArgsProduct({{16384, 32768, 65536, 262144}, {128, 192, 256, 512, 1024}});
 BENCHMARK(calibrateDivide)
         ->Name("calibrate-divide")
         ->ArgsProduct({{32, 48, 64, 96, 128, 256, 1024}, {16, 24, 32, 48, 64, 96, 128, 100000}});

@@ -18,16 +18,18 @@ using Index = BigUnsigned::Index;
 
 // Values of this many blocks or more are split by a power of the base into halves converted on
 // their own; below it, a word's worth of digits comes off per division by one word. Calibrated
-// with bench_integers --benchmark_filter=calibrate-totext (2-core machine, g++ -O2, CPU time per
-// conversion to decimal): split from 64 blocks 130 us at 16384 bits and 1.36 ms at 65536 bits,
-// from 256 blocks 183 us and 1.61 ms, never split 246 us and 3.89 ms; at 4096 bits 14 us against
-// 12 us unsplit, within the noise of the shared machine.
-constexpr Index toDigitsSplitBlocks = 64;
+// with bench_integers --benchmark_filter=calibrate-totext (2-core machine under load, g++ -O2,
+// median of 3, CPU time per conversion to decimal): from 96 blocks 10.2 us at 4096 bits, 25 us at
+// 8192, 64 us at 16384, 0.67 ms at 65536, 5.3 ms at 262144 bits; from 64 blocks 12.5 us, 31 us,
+// 84 us, 0.65 ms, 5.2 ms; from 192 blocks 9.2 us, 29 us, 76 us, 0.70 ms, 6.4 ms; from 256 blocks
+// 9.4 us, 39 us, 147 us, 0.97 ms, 7.2 ms.
+constexpr Index toDigitsSplitBlocks = 96;
 // Digit strings of this many chunks (a word's worth of digits) or more are split likewise; below
-// it, Horner's rule runs a chunk at a time. Calibrated with --benchmark_filter=calibrate-fromtext:
-// at 65536 bits 0.70 ms from 512 chunks, 0.89 ms from 1024, 0.86 ms from 4096; at 262144 bits
-// 8.2 ms, 8.8 ms and 11.0 ms; at 32768 bits (about 520 chunks) 0.25 ms against 0.17 ms unsplit.
-constexpr Index fromDigitsSplitChunks = 512;
+// it, Horner's rule runs a chunk at a time. Calibrated with --benchmark_filter=calibrate-fromtext
+// (same run): from 256 chunks 46 us at 16384 bits, 115 us at 32768, 0.37 ms at 65536, 2.9 ms at
+// 262144 bits; from 128 chunks 45 us, 122 us, 0.37 ms, 3.2 ms; from 512 chunks 43 us, 164 us,
+// 0.54 ms, 3.9 ms.
+constexpr Index fromDigitsSplitChunks = 256;
 
 // The digits of x, least significant first, into `digits` (room for all of them, as the upper
 // bound from x's block count gives); returns their count. base >= 2.
