@@ -130,7 +130,46 @@ unsigned splitChunk(Limb part, unsigned digits, bool full, Digit *out, unsigned 
     return j;
 }
 
-// Writes digits, splitting values by the squares of the chunk power.
+// The powers of a chunk power that a conversion splits by, made on demand and kept, each as its
+// odd part: the rest is a shift, applied by the caller. Only the powers of the split lengths are
+// made, about two for each depth of the splits.
+class ChunkPowers
+{
+public:
+    // Without `strip`, the powers are whole (their shift 0).
+    ChunkPowers(Limb chunkPower, bool strip)
+        : chunkPower(chunkPower), twos(strip ? trailingZeroBits(chunkPower) : 0)
+    {}
+
+    // The shift of the chunk power to the m.
+    unsigned shift(Index m) const { return twos * m; }
+
+    // The odd part of the chunk power to the m, m >= 1.
+    const BigUnsigned &odd(Index m)
+    {
+        const auto found = powers.find(m);
+        if (found != powers.end())
+            return found->second;
+        BigUnsigned p;
+        if (m == 1) {
+            const Limb oddPart = chunkPower >> twos;
+            p = fromWords(&oddPart, 1);
+        } else {
+            const BigUnsigned &half = odd(m / 2);
+            p.multiply(half, half);
+            if (m % 2 != 0)
+                p.multiply(p, odd(1));
+        }
+        return powers.emplace(m, p).first->second;
+    }
+
+private:
+    Limb chunkPower;
+    unsigned twos;
+    std::map<Index, BigUnsigned> powers;
+};
+
+// Writes digits, splitting values by the chunk power to half their chunk count.
 class DigitWriter
 {
 public:
@@ -142,38 +181,37 @@ public:
     {
         if (x.getLength() < splitBlocks || x.getLength() < 2 * blocksPerLimb)
             return writeSmall(x, out, 0);
-        // powers[i] * 2^shifts[i] is the chunk power to the 2^i; the last one squared exceeds x.
-        const unsigned twos = x.bitLength() < maxStrippedBits ? trailingZeroBits(chunk.power) : 0;
-        const Limb odd = chunk.power >> twos;
-        powers.push_back(fromWords(&odd, 1));
-        shifts.push_back(twos);
-        while (x.bitLength() > 2 * (powers.back().bitLength() + shifts.back() - 1)) {
-            powers.push_back(powers.back() * powers.back());
-            shifts.push_back(2 * shifts.back());
-        }
-        return write(x, int(powers.size()) - 1, out, 0);
+        // The chunk power is at least 2^bits: x is below it to the `chunks`.
+        unsigned bits = 0;
+        while (bits + 1 < bitsPerLimb && (chunk.power >> (bits + 1)) != 0)
+            bits++;
+        const Index chunks = Index((x.bitLength() + bits - 1ull) / bits);
+        ChunkPowers powers(chunk.power, x.bitLength() < maxStrippedBits);
+        return write(x, chunks, out, 0, powers);
     }
 
 private:
-    // The digits of v < powers[level]^2; exactly `pad` of them when pad > 0, else without zeros on
-    // top. Returns their count.
-    Index write(const BigUnsigned &v, int level, Digit *out, Index pad)
+    // The digits of v, v below the chunk power to the `chunks`; exactly `pad` of them when
+    // pad > 0, else without zeros on top. Returns their count.
+    Index write(const BigUnsigned &v, Index chunks, Digit *out, Index pad, ChunkPowers &powers)
     {
-        if (level < 0 || v.getLength() < splitBlocks)
+        if (chunks < 2 || v.getLength() < splitBlocks)
             return writeSmall(v, out, pad);
-        // v < odd * 2^twos exactly when v / 2^twos < odd; then v divides as v / 2^twos, the bits
-        // shifted off joining the remainder.
-        const BigUnsigned &odd = powers[size_t(level)];
-        const unsigned twos = shifts[size_t(level)];
+        // v divides by odd * 2^twos as v / 2^twos by odd, the bits shifted off joining the
+        // remainder.
+        const Index low = chunks / 2;
+        const unsigned twos = powers.shift(low);
         BigUnsigned remainder(twos > 0 ? v >> int(twos) : v), quotient;
-        if (remainder < odd)
-            return write(v, level - 1, out, pad);
-        remainder.divideWithRemainder(odd, quotient);
+        remainder.divideWithRemainder(powers.odd(low), quotient);
+        if (quotient.isZero()) // all in the low half: no zeros above it
+            return write(v, low, out, pad, powers);
         if (twos > 0)
             remainder = shiftedUp(remainder, twos) | lowBits(v, twos);
-        const Index low = Index(chunk.digits) << level;
-        write(remainder, level - 1, out, low);
-        return low + write(quotient, level - 1, out + low, pad > 0 ? pad - low : 0);
+        const Index lowDigits = low * chunk.digits;
+        write(remainder, low, out, lowDigits, powers);
+        return lowDigits
+                + write(quotient, chunks - low, out + lowDigits,
+                        pad > 0 ? pad - lowDigits : 0, powers);
     }
 
     Index writeSmall(const BigUnsigned &v, Digit *out, Index pad)
@@ -203,8 +241,6 @@ private:
     Chunk chunk;
     SingleDivisor divisor;
     Index splitBlocks;
-    std::vector<BigUnsigned> powers;
-    std::vector<unsigned> shifts;
 };
 
 // Decimal digits read straight from text, least significant (the last symbol) first.
@@ -226,7 +262,7 @@ public:
           base(base),
           chunk(base),
           splitChunks(splitChunks),
-          twos(16ull * count < maxStrippedBits ? trailingZeroBits(chunk.power) : 0)
+          powers(chunk.power, 16ull * count < maxStrippedBits)
     {}
 
     // The value into words, which has room for limbsFor(count * 16 bits) + 1 words; returns
@@ -268,29 +304,10 @@ private:
         // Halves as equal as may be, so that the products are of equal lengths.
         const Index low = n / 2;
         BigUnsigned high = read(from + low, to);
-        high.multiply(high, power(low));
+        high.multiply(high, powers.odd(low));
         BigUnsigned result;
-        result.add(shiftedUp(high, twos * low), read(from, from + low));
+        result.add(shiftedUp(high, powers.shift(low)), read(from, from + low));
         return result;
-    }
-
-    // The odd part of the chunk power to the m, m >= 1 (the rest is 2^(twos * m)).
-    const BigUnsigned &power(Index m)
-    {
-        const auto found = powers.find(m);
-        if (found != powers.end())
-            return found->second;
-        BigUnsigned p;
-        if (m == 1) {
-            const Limb odd = chunk.power >> twos;
-            p = fromWords(&odd, 1);
-        } else {
-            const BigUnsigned &half = power(m / 2);
-            p.multiply(half, half);
-            if (m % 2 != 0)
-                p.multiply(p, power(1));
-        }
-        return powers.emplace(m, p).first->second;
     }
 
     Digits digits;
@@ -298,8 +315,7 @@ private:
     unsigned base;
     Chunk chunk;
     Index splitChunks;
-    unsigned twos;
-    std::map<Index, BigUnsigned> powers;
+    ChunkPowers powers;
 };
 
 // The capacity Horner's steps leave on the value of the digits, words[0..n).
