@@ -130,8 +130,6 @@ void tst_BigIntText::parse()
 {
     QFETCH(QByteArray, text);
     QFETCH(int, base);
-    QFETCH(BigInteger, value);
-
     BigInteger parsed;
     QTEST(thrownText([&] {
               parsed = base < 0 ? stringToBigInteger(text.toStdString())
@@ -139,7 +137,7 @@ void tst_BigIntText::parse()
                                         text.toStdString(), BigUnsignedInABase::Base(base))));
           }),
           "thrown");
-    QCOMPARE(parsed, value);
+    QTEST(parsed, "value");
 }
 
 void tst_BigIntText::streams_data()

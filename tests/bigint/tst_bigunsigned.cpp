@@ -248,7 +248,9 @@ void tst_BigUnsigned::exhaustiveAgainstNative()
             QVERIFY2(is(q, b ? a / b : 0) && is(r, b ? a % b : a), where);
             QVERIFY2(is(x & y, a & b) && is(x | y, a | b) && is(x ^ y, a ^ b), where);
             QVERIFY2(int(x.compareTo(y)) == (a < b ? -1 : (a > b ? 1 : 0)), where);
-            QVERIFY2((x < y) == (a < b) && (x == y) == (a == b) && (x >= y) == (a >= b), where);
+            QVERIFY2((x < y) == (a < b) && (x <= y) == (a <= b) && (x == y) == (a == b)
+                             && (x != y) == (a != b) && (x >= y) == (a >= b) && (x > y) == (a > b),
+                     where);
             const int n = int(b % 64);
             QVERIFY2(x.bitAt(B::Index(n)) == bool(a >> n & 1), where);
             QVERIFY2(is(x >> n, a >> n), where);

@@ -54,10 +54,9 @@ void tst_Message::variantArguments_data()
 void tst_Message::variantArguments()
 {
     QFETCH(QVariant, value);
-    QFETCH(QByteArray, expected);
     Message message;
     message.addArgument(value);
-    QCOMPARE(message.data, expected);
+    QTEST(message.data, "expected");
 }
 
 void tst_Message::takeFirst_data()
@@ -93,12 +92,11 @@ void tst_Message::takeFirst()
 {
     QFETCH(QByteArray, buffer);
     QFETCH(QVariant, value);
-    QFETCH(QByteArray, left);
     const QVariant taken = Message::takeFirst(&buffer);
     QCOMPARE(taken.isValid(), value.isValid());
     QCOMPARE(taken.type(), value.type());
     QCOMPARE(taken, value);
-    QCOMPARE(buffer, left);
+    QTEST(buffer, "left");
 }
 
 QTEST_GUILESS_MAIN(tst_Message)
