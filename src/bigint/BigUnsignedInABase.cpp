@@ -139,10 +139,26 @@ public:
     // Without `strip`, the powers are whole (their shift 0).
     ChunkPowers(Limb chunkPower, bool strip)
         : chunkPower(chunkPower), twos(strip ? trailingZeroBits(chunkPower) : 0)
-    {}
+    {
+        while (bits + 1 < bitsPerLimb && (chunkPower >> (bits + 1)) != 0)
+            bits++;
+    }
+
+    // The chunk power is at least 2^bits.
+    unsigned wholeBits() const { return bits; }
 
     // The shift of the chunk power to the m.
     unsigned shift(Index m) const { return twos * m; }
+
+    // Where `chunks` chunks split, 2 <= chunks: the high part (as many chunks as are left) about
+    // as long as the odd part of the power that splits it off, which has fewer bits per chunk, so
+    // that the products and divisions between them are of equal lengths. At most three quarters
+    // low, so that splits of a nearly odd-free power still halve the work.
+    Index lowChunks(Index chunks) const
+    {
+        const Index low = Index(static_cast<unsigned long long>(chunks) * bits / (2 * bits - twos));
+        return std::max(chunks / 2, std::min(low, chunks - std::max<Index>(1, chunks / 4)));
+    }
 
     // The odd part of the chunk power to the m, m >= 1.
     const BigUnsigned &odd(Index m)
@@ -166,6 +182,7 @@ public:
 private:
     Limb chunkPower;
     unsigned twos;
+    unsigned bits = 0;
     std::map<Index, BigUnsigned> powers;
 };
 
@@ -181,12 +198,10 @@ public:
     {
         if (x.getLength() < splitBlocks || x.getLength() < 2 * blocksPerLimb)
             return writeSmall(x, out, 0);
-        // The chunk power is at least 2^bits: x is below it to the `chunks`.
-        unsigned bits = 0;
-        while (bits + 1 < bitsPerLimb && (chunk.power >> (bits + 1)) != 0)
-            bits++;
-        const Index chunks = Index((x.bitLength() + bits - 1ull) / bits);
+        // x is below the chunk power to the `chunks`.
         ChunkPowers powers(chunk.power, x.bitLength() < maxStrippedBits);
+        const unsigned bits = powers.wholeBits();
+        const Index chunks = Index((x.bitLength() + bits - 1ull) / bits);
         return write(x, chunks, out, 0, powers);
     }
 
@@ -199,7 +214,7 @@ private:
             return writeSmall(v, out, pad);
         // v divides by odd * 2^twos as v / 2^twos by odd, the bits shifted off joining the
         // remainder.
-        const Index low = chunks / 2;
+        const Index low = powers.lowChunks(chunks);
         const unsigned twos = powers.shift(low);
         BigUnsigned remainder(twos > 0 ? v >> int(twos) : v), quotient;
         remainder.divideWithRemainder(powers.odd(low), quotient);
@@ -301,8 +316,7 @@ private:
             LimbBuffer buffer(n + 1);
             return fromWords(buffer.get(), readSmall(from, to, buffer.get()));
         }
-        // Halves as equal as may be, so that the products are of equal lengths.
-        const Index low = n / 2;
+        const Index low = powers.lowChunks(n);
         BigUnsigned high = read(from + low, to);
         high.multiply(high, powers.odd(low));
         BigUnsigned result;
