@@ -49,11 +49,12 @@ constexpr Index limbsFor(Index n)
 inline void blocksToLimbs(Limb *limbs, const Blk *x, Index n)
 {
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    // Little-endian: consecutive blocks already are the limb, low block first.
+    // Little-endian: consecutive blocks already are the limb, low block first. A limb at a time:
+    // short values are common, and a call to memcpy costs more than copying them.
+    for (Index i = 0; i < n / blocksPerLimb; i++)
+        std::memcpy(limbs + i, x + i * blocksPerLimb, sizeof(Limb));
     if (n % blocksPerLimb != 0)
-        limbs[n / blocksPerLimb] = 0;
-    if (n > 0)
-        std::memcpy(limbs, x, n * sizeof(Blk));
+        limbs[n / blocksPerLimb] = x[n - 1];
 #else
     for (Index i = 0; i < n; i++) {
         const Limb part = Limb(x[i]) << (i % blocksPerLimb * 32);
@@ -66,8 +67,10 @@ inline void blocksToLimbs(Limb *limbs, const Blk *x, Index n)
 inline void limbsToBlocks(Blk *blocks, const Limb *limbs, Index n)
 {
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    if (n > 0)
-        std::memcpy(blocks, limbs, n * sizeof(Blk));
+    for (Index i = 0; i < n / blocksPerLimb; i++)
+        std::memcpy(blocks + i * blocksPerLimb, limbs + i, sizeof(Limb));
+    if (n % blocksPerLimb != 0)
+        blocks[n - 1] = Blk(limbs[n / blocksPerLimb]);
 #else
     for (Index i = 0; i < n; i++)
         blocks[i] = Blk(limbs[i / blocksPerLimb] >> (i % blocksPerLimb * 32));
