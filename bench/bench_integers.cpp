@@ -198,7 +198,7 @@ void registerCalibration()
             if (method == Method::rows || method == Method::karatsuba)
                 b->DenseRange(16, 112, 8);
             else
-                b->DenseRange(48, 240, 16);
+                b->Arg(96)->Arg(128)->Arg(160)->Arg(192)->Arg(256)->Arg(320)->Arg(384)->Arg(512);
         }
     }
 }

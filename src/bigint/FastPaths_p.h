@@ -28,14 +28,16 @@ public:
 
     // Where the multiplication changes method, in limbs of both operands (the shorter one, for
     // unequal lengths). Set from ORVEX_BENCH_CALIBRATE=1 bench_integers (2-core AMD EPYC, g++
-    // -O2, median of 3), one Karatsuba step with halves by rows against rows alone: products of
-    // 32 limbs 2.46 us against 2.61 us, 40 limbs 3.17 against 3.24, 48 limbs 4.83 against 5.04,
-    // 56 limbs 6.50 against 6.02, 64 limbs 6.78 against 7.46, 80 limbs 11.5 against 14.0 (within
-    // the noise of a busy machine up to 64 limbs); squares of 40 limbs 2.10 us against 1.85 us,
-    // 48 limbs 2.95 against 2.89, 56 limbs 3.38 against 4.98. One step of Toom's three-way split
-    // with parts by that Karatsuba against Karatsuba alone (CPU time, load 4 on 2 cores):
-    // products of 160 limbs 19.2 us against 17.2 us, 192 limbs 24.2 against 24.8, 240 limbs 29.5
-    // against 35.3; squares of 176 limbs 15.7 us against 15.3 us, 192 limbs 16.3 against 17.6.
+    // -O2, median of 3 in CPU time, load average 3 to 4, so a few percent are noise). One
+    // Karatsuba step with halves by rows against rows alone: products of 16 limbs 0.33 us
+    // against 0.26 us, 24 limbs 0.59 against 0.68, 32 limbs 0.98 against 1.11, 64 limbs 3.43
+    // against 4.32; squares of 32 limbs 0.75 us against 0.75 us, 40 limbs 1.07 against 1.10, 56
+    // limbs 1.80 against 2.04. One step of Toom's three-way split with parts by that Karatsuba
+    // against Karatsuba alone: products of 160 limbs 14.3 us against 14.5 us, 192 limbs 19.2
+    // against 20.6, 384 limbs 52.0 against 55.3, 512 limbs 85.9 against 89.6 (256 limbs 30.2
+    // against 27.9 in the same run); squares of 128 limbs 10.2 us against 8.1 us, 160 limbs 11.3
+    // against 11.3, 192 limbs 14.0 against 16.7, 256 limbs 23.3 against 29.4, 512 limbs 76.0
+    // against 87.0.
     struct MultiplyThresholds
     {
         Index karatsuba;
@@ -43,7 +45,7 @@ public:
         Index toom;
         Index toomSquare;
     };
-    static constexpr MultiplyThresholds multiplyThresholds{40, 48, 192, 192};
+    static constexpr MultiplyThresholds multiplyThresholds{24, 40, 192, 192};
 
     // Divisors of this many limbs or more are divided recursively (halves of the quotient, each
     // estimated from the top of the divisor and corrected by one product), below it by algorithm
