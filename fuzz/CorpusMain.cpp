@@ -1,5 +1,5 @@
-// Replays a fuzz target's corpus without libFuzzer: every file under the given directories is
-// passed once to LLVMFuzzerTestOneInput. A failing input aborts, so the test fails.
+// Replays a fuzz target's corpus without libFuzzer: every file given, or under a directory given,
+// is passed once to LLVMFuzzerTestOneInput. A failing input aborts, so the test fails.
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -15,8 +15,12 @@ int main(int argc, char *argv[])
     if (LLVMFuzzerInitialize)
         LLVMFuzzerInitialize(&argc, &argv);
     std::vector<std::filesystem::path> files;
-    for (int i = 1; i < argc; ++i)
-        files.insert(files.end(), std::filesystem::recursive_directory_iterator(argv[i]), {});
+    for (int i = 1; i < argc; ++i) {
+        if (std::filesystem::is_directory(argv[i]))
+            files.insert(files.end(), std::filesystem::recursive_directory_iterator(argv[i]), {});
+        else
+            files.push_back(argv[i]);
+    }
     int replayed = 0;
     for (const auto &file : files) {
         if (!std::filesystem::is_regular_file(file))
