@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 using namespace LimbOps;
@@ -293,20 +294,48 @@ public:
     }
 
 private:
-    // The value of the digits of chunks [from, to) into words; returns their count.
+    // The value of the digits of chunks [from, to) into words, which has room for to - from
+    // limbs; returns their count.
     Index readSmall(Index from, Index to, Limb *words)
     {
+        // Two chunks a pass once there are two words, times the square of the chunk power: half
+        // as many passes over the words, each with two independent rows of products.
+        const DoubleLimb square = DoubleLimb(chunk.power) * chunk.power;
+        LimbBuffer other(to - from + 2);
+        Limb *source = words, *target = other.get();
         Index length = 0;
-        for (Index c = to; c > from; c--) {
-            const Index end = c * chunk.digits < count ? c * chunk.digits : count;
-            Limb part = 0;
-            for (Index i = end; i > (c - 1) * chunk.digits; i--)
-                part = part * base + digits[i - 1];
-            const Limb carry = multiplyBySingleAdd(words, length, chunk.power, part);
-            if (carry != 0)
-                words[length++] = carry;
+        for (Index c = to; c > from;) {
+            if (length < 2 || c - from < 2) {
+                c--;
+                const Limb carry =
+                        multiplyBySingleAdd(source, length, chunk.power, chunkValue(c));
+                if (carry != 0)
+                    source[length++] = carry;
+                continue;
+            }
+            c -= 2;
+            const DoubleLimb pair = DoubleLimb(chunkValue(c + 1)) * chunk.power + chunkValue(c);
+            zeroLimbs(target + 2, length - 2);
+            target[0] = Limb(pair);
+            target[1] = highLimb(pair);
+            target[length + 1] =
+                    multiplyAddTwoLimbs(target, source, length, Limb(square), highLimb(square));
+            length = trimmedLength(target, length + 2);
+            std::swap(source, target);
         }
+        if (source != words)
+            copyLimbs(words, source, length);
         return length;
+    }
+
+    // The value of the digits of chunk c.
+    Limb chunkValue(Index c) const
+    {
+        const Index end = (c + 1) * chunk.digits < count ? (c + 1) * chunk.digits : count;
+        Limb part = 0;
+        for (Index i = end; i > c * chunk.digits; i--)
+            part = part * base + digits[i - 1];
+        return part;
     }
 
     BigUnsigned read(Index from, Index to)

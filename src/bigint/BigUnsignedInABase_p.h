@@ -16,19 +16,19 @@ namespace BaseConversion {
 using Digit = BigUnsignedInABase::Digit;
 using Index = BigUnsigned::Index;
 
-// Values of this many blocks or more are split by a power of the base into halves converted on
+// Values of this many blocks or more are split by a power of the base into parts converted on
 // their own; below it, a word's worth of digits comes off per division by one word. Calibrated
 // with bench_integers --benchmark_filter=calibrate-totext (2-core machine under load, g++ -O2,
-// median of 3, CPU time per conversion to decimal): from 96 blocks 10.2 us at 4096 bits, 25 us at
-// 8192, 64 us at 16384, 0.67 ms at 65536, 5.3 ms at 262144 bits; from 64 blocks 12.5 us, 31 us,
-// 84 us, 0.65 ms, 5.2 ms; from 192 blocks 9.2 us, 29 us, 76 us, 0.70 ms, 6.4 ms; from 256 blocks
-// 9.4 us, 39 us, 147 us, 0.97 ms, 7.2 ms.
+// median of 3, CPU time per conversion to decimal): from 96 blocks 9.9 us at 4096 bits, 26 us at
+// 8192, 75 us at 16384, 0.73 ms at 65536, 5.1 ms at 262144 bits; from 64 blocks 9.6 us, 29 us,
+// 78 us, 0.69 ms, 5.1 ms; from 128 blocks 9.4 us, 25 us, 76 us, 0.74 ms, 4.9 ms; from 256 blocks
+// 9.2 us, 27 us, 98 us, 0.79 ms, 5.5 ms (between 64 and 192 within the noise).
 constexpr Index toDigitsSplitBlocks = 96;
 // Digit strings of this many chunks (a word's worth of digits) or more are split likewise; below
 // it, Horner's rule runs a chunk at a time. Calibrated with --benchmark_filter=calibrate-fromtext
-// (same run): from 256 chunks 46 us at 16384 bits, 115 us at 32768, 0.37 ms at 65536, 2.9 ms at
-// 262144 bits; from 128 chunks 45 us, 122 us, 0.37 ms, 3.2 ms; from 512 chunks 43 us, 164 us,
-// 0.54 ms, 3.9 ms.
+// (same run): from 256 chunks 45 us at 16384 bits, 141 us at 32768, 0.43 ms at 65536, 2.9 ms at
+// 262144 bits; from 128 chunks 44 us, 152 us, 0.40 ms, 3.0 ms; from 192 chunks 47 us, 138 us,
+// 0.38 ms, 3.4 ms; from 512 chunks 50 us, 150 us, 0.43 ms, 3.2 ms.
 constexpr Index fromDigitsSplitChunks = 256;
 
 // The digits of x, least significant first, into `digits` (room for all of them, as the upper
