@@ -226,8 +226,8 @@ private:
         const Index lowDigits = low * chunk.digits;
         write(remainder, low, out, lowDigits, powers);
         return lowDigits
-                + write(quotient, chunks - low, out + lowDigits,
-                        pad > 0 ? pad - lowDigits : 0, powers);
+                + write(quotient, chunks - low, out + lowDigits, pad > 0 ? pad - lowDigits : 0,
+                        powers);
     }
 
     Index writeSmall(const BigUnsigned &v, Digit *out, Index pad)
@@ -307,8 +307,7 @@ private:
         for (Index c = to; c > from;) {
             if (length < 2 || c - from < 2) {
                 c--;
-                const Limb carry =
-                        multiplyBySingleAdd(source, length, chunk.power, chunkValue(c));
+                const Limb carry = multiplyBySingleAdd(source, length, chunk.power, chunkValue(c));
                 if (carry != 0)
                     source[length++] = carry;
                 continue;

@@ -118,8 +118,9 @@ public:
     }
 
 private:
-    // window[0..n+k) by d, the top n limbs of v, window[k..n+k) below d, 1 <= k <= n: quotient[0..k)
-    // gets the quotient, window[0..n) the remainder; window[n..n+k) is left undefined.
+    // window[0..n+k) by d, the top n limbs of v, window[k..n+k) below d, 1 <= k <= n:
+    // quotient[0..k) gets the quotient, window[0..n) the remainder; window[n..n+k) is left
+    // undefined.
     void step(Limb *quotient, Limb *window, Index n, Index k) const
     {
         const Limb *d = v + vn - n;

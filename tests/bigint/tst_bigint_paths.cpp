@@ -250,8 +250,8 @@ void tst_BigIntPaths::divide_data()
     // as the divisor (halves on halves) and longer (in blocks of the divisor's length).
     for (quint32 limbs : {t - 1, t, t + 1}) {
         QTest::addRow("%u-limb divisor", limbs)
-                << blocksPerLimb * limbs - 1 << 2 * blocksPerLimb * limbs + 3 << Blocks() << Blocks()
-                << t;
+                << blocksPerLimb * limbs - 1 << 2 * blocksPerLimb * limbs + 3 << Blocks()
+                << Blocks() << t;
     }
     for (quint32 limbs : {3u, 4u, 5u, 9u, 15u}) {
         for (quint32 quotient : {2u, limbs, 3 * limbs + 1}) {
