@@ -25,10 +25,10 @@ using Index = BigUnsigned::Index;
 // 9.2 us, 27 us, 98 us, 0.79 ms, 5.5 ms (between 64 and 192 within the noise).
 constexpr Index toDigitsSplitBlocks = 96;
 // Digit strings of this many chunks (a word's worth of digits) or more are split likewise; below
-// it, Horner's rule runs two chunks at a time. Calibrated with
-// --benchmark_filter=calibrate-fromtext (median of 3, CPU time): from 256 chunks 31 us at 16384 bits, 94 us at 32768, 0.29 ms at 65536,
-// 2.9 ms at 262144 bits; from 128 chunks 47 us, 141 us, 0.42 ms, 3.3 ms; from 192 chunks 44 us,
-// 136 us, 0.34 ms, 2.1 ms; from 512 chunks 42 us, 111 us, 0.38 ms, 3.2 ms.
+// it, Horner's rule runs two chunks at a time. Calibrated with --benchmark_filter=
+// calibrate-fromtext (median of 3, CPU time): from 256 chunks 31 us at 16384 bits, 94 us at 32768,
+// 0.29 ms at 65536, 2.9 ms at 262144 bits; from 128 chunks 47 us, 141 us, 0.42 ms, 3.3 ms; from
+// 192 chunks 44 us, 136 us, 0.34 ms, 2.1 ms; from 512 chunks 42 us, 111 us, 0.38 ms, 3.2 ms.
 constexpr Index fromDigitsSplitChunks = 256;
 
 // The digits of x, least significant first, into `digits` (room for all of them, as the upper
