@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cstddef>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <utility>
@@ -266,6 +267,40 @@ struct DecimalText
     unsigned operator[](Index i) const { return unsigned(end[-1 - std::ptrdiff_t(i)] - '0'); }
 };
 
+// The value of digits [from, to), at most a chunk, the most significant at to - 1.
+template <class Digits>
+Limb valueOfDigits(const Digits &digits, Index from, Index to, unsigned base)
+{
+    Limb part = 0;
+    for (Index i = to; i > from; i--)
+        part = part * base + digits[i - 1];
+    return part;
+}
+
+// Decimal text: the symbols lie in order, most significant first, so eight of them at a time are
+// one word whose digit pairs, then pairs of pairs, then halves combine in a few multiplications
+// instead of a chain of eight.
+Limb valueOfDigits(const DecimalText &text, Index from, Index to, unsigned)
+{
+    const char *symbol = text.end - to;
+    Index n = to - from;
+    Limb part = 0;
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    for (; n >= 8; n -= 8, symbol += 8) {
+        unsigned long long v;
+        std::memcpy(&v, symbol, 8);
+        v -= 0x3030303030303030ull;
+        v = (v * 10 + (v >> 8)) & 0x00FF00FF00FF00FFull;
+        v = (v * 100 + (v >> 16)) & 0x0000FFFF0000FFFFull;
+        v = (v * 10000 + (v >> 32)) & 0xFFFFFFFFull;
+        part = part * 100000000 + Limb(v);
+    }
+#endif
+    for (; n > 0; n--, symbol++)
+        part = part * 10 + unsigned(*symbol - '0');
+    return part;
+}
+
 // Reads digits a word's worth (a chunk) at a time; long strings are split into halves read on
 // their own, joined by the chunk power to the low half's chunk count.
 template <class Digits>
@@ -331,10 +366,7 @@ private:
     Limb chunkValue(Index c) const
     {
         const Index end = (c + 1) * chunk.digits < count ? (c + 1) * chunk.digits : count;
-        Limb part = 0;
-        for (Index i = end; i > c * chunk.digits; i--)
-            part = part * base + digits[i - 1];
-        return part;
+        return valueOfDigits(digits, c * chunk.digits, end, base);
     }
 
     BigUnsigned read(Index from, Index to)
