@@ -429,7 +429,9 @@ void BigIntPaths::multiplyFast(BigUnsigned &r, const BigUnsigned &a, const BigUn
     }
     multiplyLimbs(product, x, xn, y, yn, thresholds);
     limbsToBlocks(r.blocks, product, r.length);
-    if (r.blocks[r.length - 1] == 0)
+    // The top block read from the limb in a register rather than back from memory just written.
+    const Index top = r.length - 1;
+    if (Blk(product[top / blocksPerLimb] >> (top % blocksPerLimb * 32)) == 0)
         r.length--;
     refuseOverLong(r);
 }

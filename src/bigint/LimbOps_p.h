@@ -44,6 +44,17 @@ constexpr Index limbsFor(Index n)
     return Index((n + blocksPerLimb - 1) / blocksPerLimb);
 }
 
+// Keeps a copy loop from being vectorised: its operands were mostly stored a limb at a time just
+// before, and a wider load of such stores waits until they reach the cache.
+inline void keepScalar(Limb &limb)
+{
+#ifdef __GNUC__
+    __asm__("" : "+r"(limb));
+#else
+    (void)limb;
+#endif
+}
+
 // limbs[0..limbsFor(n)) from blocks x[0..n), the lower block in the low half; an odd count gets
 // a zero high half on top.
 inline void blocksToLimbs(Limb *limbs, const Blk *x, Index n)
@@ -51,8 +62,12 @@ inline void blocksToLimbs(Limb *limbs, const Blk *x, Index n)
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
     // Little-endian: consecutive blocks already are the limb, low block first. A limb at a time:
     // short values are common, and a call to memcpy costs more than copying them.
-    for (Index i = 0; i < n / blocksPerLimb; i++)
-        std::memcpy(limbs + i, x + i * blocksPerLimb, sizeof(Limb));
+    for (Index i = 0; i < n / blocksPerLimb; i++) {
+        Limb limb;
+        std::memcpy(&limb, x + i * blocksPerLimb, sizeof(Limb));
+        keepScalar(limb);
+        limbs[i] = limb;
+    }
     if (n % blocksPerLimb != 0)
         limbs[n / blocksPerLimb] = x[n - 1];
 #else
@@ -67,8 +82,11 @@ inline void blocksToLimbs(Limb *limbs, const Blk *x, Index n)
 inline void limbsToBlocks(Blk *blocks, const Limb *limbs, Index n)
 {
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    for (Index i = 0; i < n / blocksPerLimb; i++)
-        std::memcpy(blocks + i * blocksPerLimb, limbs + i, sizeof(Limb));
+    for (Index i = 0; i < n / blocksPerLimb; i++) {
+        Limb limb = limbs[i];
+        keepScalar(limb);
+        std::memcpy(blocks + i * blocksPerLimb, &limb, sizeof(Limb));
+    }
     if (n % blocksPerLimb != 0)
         blocks[n - 1] = Blk(limbs[n / blocksPerLimb]);
 #else
