@@ -39,10 +39,23 @@ void squareSchoolbook(Limb *result, const Limb *x, Index n)
         result[1] = highLimb(square);
         return;
     }
-    // Row i holds x[i] * x[j] for j > i, at limbs i + j.
+    // Row i holds x[i] * x[j] for j > i, at limbs i + j; its top limb goes to limb n + i.
     result[0] = 0;
     result[n] = multiplyLimb(result + 1, x + 1, n - 1, x[0]);
-    for (Index i = 1; i + 1 < n; i++)
+    Index i = 1;
+    // Rows i and i + 1 in one pass over x[i + 2..n), x[i] * x[i + 1] added on its own first; its
+    // carry can run past the limbs written so far, so it is added after the pass. Below 8 limbs
+    // the rows go one by one: squares of 4 limbs took 2.1 to 2.8 times GMP's time in pairs
+    // against 1.8 one by one, of 16 limbs 1.5 against 1.65.
+    for (; n >= 8 && i + 2 < n; i += 2) {
+        const DoubleLimb product = DoubleLimb(x[i]) * x[i + 1];
+        const Limb corner[2] = {Limb(product), highLimb(product)};
+        const Limb carry = addLimbsInto(result + 2 * i + 1, n - i - 1, corner, 2);
+        result[n + i + 1] =
+                multiplyAddTwoLimbs(result + 2 * i + 2, x + i + 2, n - i - 2, x[i], x[i + 1]);
+        incrementLimbs(result + n + i, carry ? 2 : 0);
+    }
+    for (; i + 1 < n; i++)
         result[n + i] = multiplyAddLimb(result + 2 * i + 1, x + i + 1, n - i - 1, x[i]);
     result[2 * n - 1] = 0;
     addDoubledSquares(result, x, n);
