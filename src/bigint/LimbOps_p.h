@@ -60,8 +60,8 @@ inline void keepScalar(Limb &limb)
 inline void blocksToLimbs(Limb *limbs, const Blk *x, Index n)
 {
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    // Little-endian: consecutive blocks already are the limb, low block first. A limb at a time:
-    // short values are common, and a call to memcpy costs more than copying them.
+    // Little-endian: consecutive blocks already are the limb, low block first. A limb at a time,
+    // for the reason keepScalar gives.
     for (Index i = 0; i < n / blocksPerLimb; i++) {
         Limb limb;
         std::memcpy(&limb, x + i * blocksPerLimb, sizeof(Limb));
