@@ -140,11 +140,10 @@ class ChunkPowers
 public:
     // Without `strip`, the powers are whole (their shift 0).
     ChunkPowers(Limb chunkPower, bool strip)
-        : chunkPower(chunkPower), twos(strip ? trailingZeroBits(chunkPower) : 0)
-    {
-        while (bits + 1 < bitsPerLimb && (chunkPower >> (bits + 1)) != 0)
-            bits++;
-    }
+        : chunkPower(chunkPower),
+          twos(strip ? trailingZeroBits(chunkPower) : 0),
+          bits(bitsPerLimb - 1 - leadingZeroBits(chunkPower))
+    {}
 
     // The chunk power is at least 2^bits.
     unsigned wholeBits() const { return bits; }
@@ -184,7 +183,7 @@ public:
 private:
     Limb chunkPower;
     unsigned twos;
-    unsigned bits = 0;
+    unsigned bits;
     std::map<Index, BigUnsigned> powers;
 };
 
