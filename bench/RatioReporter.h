@@ -10,7 +10,8 @@
 #include <tuple>
 #include <vector>
 
-// Console output as usual, then one table per case: each implementation's time and its ratio to
+// Console output as usual, then one table per case: each implementation's time (the fastest of
+// its repetitions, the one least disturbed by whatever else the machine runs) and its ratio to
 // the library's. Benchmarks are named "<case>/<implementation>/<size>"; the library's
 // implementation is "orvex". Rows go to stdout as markdown so scripts/bench.sh can collect them.
 class RatioReporter : public benchmark::ConsoleReporter
@@ -20,7 +21,7 @@ public:
     {
         ConsoleReporter::ReportRuns(runs);
         for (const Run &run : runs) {
-            if (run.run_type != Run::RT_Aggregate || run.aggregate_name == "median")
+            if (run.run_type != Run::RT_Aggregate)
                 record(run);
         }
     }
@@ -58,8 +59,12 @@ private:
         const std::string size = !run.run_name.args.empty() ? run.run_name.args
                 : second != std::string::npos               ? name.substr(second + 1)
                                                             : std::string("-");
-        results[{caseName, std::strtod(size.c_str(), nullptr), size}][implementation] =
+        const double nanoseconds =
                 run.GetAdjustedRealTime() * multiplierToNanoseconds(run.time_unit);
+        auto &times = results[{caseName, std::strtod(size.c_str(), nullptr), size}];
+        const auto found = times.find(implementation);
+        if (found == times.end() || nanoseconds < found->second)
+            times[implementation] = nanoseconds;
     }
 
     static double multiplierToNanoseconds(benchmark::TimeUnit unit)

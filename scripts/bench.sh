@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the benchmarks in Release (build-bench/), runs each against its
 # peers and writes docs/benchmarks.md (one markdown table per benchmark program: each
-# implementation's median time and the ratio to the library's) and docs/integers.png (time
+# implementation's fastest time of five runs and the ratio to the library's) and docs/integers.png (time
 # against operand size, log-log, for the integer library, GMP and Boost cpp_int).
 #   scripts/bench.sh           everything, the integer library once more on its reference path alone
 #   scripts/bench.sh --quick   one repetition each, no reference run
@@ -40,7 +40,7 @@ run() {
     shift
     echo "== $name $*" >&2
     "$build/bench/${name%%.*}" --benchmark_color=false --benchmark_repetitions="$repetitions" \
-        --benchmark_report_aggregates_only=true --benchmark_out="$out/$name.csv" \
+        --benchmark_out="$out/$name.csv" \
         --benchmark_out_format=csv "$@" | tee "$out/$name.log" | grep '^|' >"$out/$name.md"
 }
 
@@ -64,7 +64,8 @@ mkdir -p "$root/docs"
     echo "Written by \`scripts/bench.sh\` on $(date -u '+%Y-%m-%d %H:%M UTC'), $(nproc) cores" \
         "($(grep -m1 'model name' /proc/cpuinfo 2>/dev/null | cut -d: -f2- | sed 's/^ *//' \
             || true))," \
-        "load average $load at the start. Median of $repetitions runs; the last column is the" \
+        "load average $load at the start. Fastest of $repetitions runs (the one the machine's" \
+        "other work disturbed least); the last column is the" \
         "library's time divided by that implementation's (below 1: the library is faster)."
     echo
     echo "## Integers: the library (orvex), GMP's mpz and Boost.Multiprecision's cpp_int"
@@ -99,16 +100,25 @@ for csv in "$out/bench_integers.csv" "$out/bench_integers.reference.csv"; do
     [ -f "$csv" ] || continue
     suffix=""
     [ "$csv" = "$out/bench_integers.reference.csv" ] && suffix="-reference"
-    # Rows look like "modexp/gmp/1024_median",iterations,real_time,cpu_time,time_unit,... (no
-    # suffix for a single repetition).
+    # Rows look like "modexp/gmp/1024",iterations,real_time,cpu_time,time_unit,... once per
+    # repetition (the aggregates carry a suffix); the fastest is plotted, as in the tables.
     awk -F, -v dir="$out/plot" -v suffix="$suffix" '
-        $1 ~ /^"[a-z]+\/[a-z]+\/[0-9]+(_median)?"$/ {
-            gsub(/"/, "", $1); sub(/_median$/, "", $1)
+        $1 ~ /^"[a-z]+\/[a-z]+\/[0-9]+"$/ {
+            gsub(/"/, "", $1)
             split($1, part, "/")
             if (suffix != "" && part[2] != "orvex") next
             scale = ($5 == "ms") ? 1e6 : ($5 == "us") ? 1e3 : ($5 == "s") ? 1e9 : 1
-            print part[3], $3 * scale >> (dir "/" part[1] "_" part[2] suffix ".dat")
+            if (!($1 in best) || $3 * scale < best[$1]) best[$1] = $3 * scale
+        }
+        END {
+            for (name in best) {
+                split(name, part, "/")
+                print part[3], best[name] >> (dir "/" part[1] "_" part[2] suffix ".dat")
+            }
         }' "$csv"
+done
+for dat in "$out"/plot/*.dat; do
+    [ -f "$dat" ] && sort -n -o "$dat" "$dat"
 done
 implementations="orvex gmp boost"
 [ -f "$out/bench_integers.reference.csv" ] && implementations+=" orvex-reference"
