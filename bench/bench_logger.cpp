@@ -1,5 +1,6 @@
 // Lines per second from 1, 2 and 8 posting threads, counted when every line has reached its
-// sink: Orvex::Logger into a composer that only collects, side by side with spdlog's asynchronous
+// sink: Orvex::Logger into a composer that only collects, delivered by this thread's event loop as
+// a host's main loop delivers them (asleep while the queue is empty), side by side with spdlog's asynchronous
 // logger (a queue large enough never to block or drop) into a sink that only collects, and the
 // floor of the logger's design: a bare posted event carrying the QString to a QObject that
 // appends its UTF-8.
@@ -9,6 +10,7 @@
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QEventLoop>
 #include <QObject>
 #include <QThread>
 
@@ -26,16 +28,41 @@ namespace {
 
 constexpr int linesPerThread = 100000;
 
+// Counts delivered lines and ends the event loop at the last one.
+struct LineCount
+{
+    void add()
+    {
+        if (++lines == total)
+            loop->quit();
+    }
+    // Delivers posted events in this thread until `total` lines have arrived.
+    template <class Post>
+    void run(std::size_t lineCount, Post post)
+    {
+        QEventLoop eventLoop;
+        lines = 0;
+        total = lineCount;
+        loop = &eventLoop;
+        std::thread posters(post);
+        eventLoop.exec();
+        posters.join();
+    }
+    std::size_t lines = 0;
+    std::size_t total = 0;
+    QEventLoop *loop = nullptr;
+};
+
 class CollectingComposer : public Orvex::TextLineComposer<char>
 {
 public:
     void writeLine(const std::string &line) override
     {
         bytes += line.size();
-        ++lines;
+        count.add();
     }
     std::size_t bytes = 0;
-    std::size_t lines = 0;
+    LineCount count;
 };
 
 class CollectingSink : public spdlog::sinks::base_sink<spdlog::details::null_mutex>
@@ -75,16 +102,11 @@ void linesOrvex(benchmark::State &state)
     Orvex::setDefaultLogger(Orvex::LogTrace, &composer);
     const QString text = QStringLiteral("a line of ordinary length for a trace of data traffic");
     for (auto _ : state) {
-        composer.lines = 0;
-        // Delivery runs in this (the logger's) thread while the posters run.
-        std::thread posters([&] {
+        composer.count.run(total, [&] {
             postFromThreads(threadCount, [&](int, int) {
                 Orvex::Logger::log(text, Orvex::LogTrace);
             });
         });
-        while (composer.lines < total)
-            QCoreApplication::sendPostedEvents(Orvex::Logger::instance());
-        posters.join();
     }
     Orvex::setDefaultLogger(Orvex::LogTrace, nullptr);
     state.SetItemsProcessed(std::int64_t(state.iterations()) * std::int64_t(total));
@@ -107,11 +129,11 @@ public:
             return QObject::event(event);
         bytes.append(static_cast<LineEvent *>(event)->text.toUtf8());
         bytes.clear();
-        ++lines;
+        count.add();
         return true;
     }
     QByteArray bytes;
-    std::size_t lines = 0;
+    LineCount count;
 };
 
 void linesPostEvent(benchmark::State &state)
@@ -121,15 +143,11 @@ void linesPostEvent(benchmark::State &state)
     AppendingReceiver receiver;
     const QString text = QStringLiteral("a line of ordinary length for a trace of data traffic");
     for (auto _ : state) {
-        receiver.lines = 0;
-        std::thread posters([&] {
+        receiver.count.run(total, [&] {
             postFromThreads(threadCount, [&](int, int) {
                 QCoreApplication::postEvent(&receiver, new LineEvent(text));
             });
         });
-        while (receiver.lines < total)
-            QCoreApplication::sendPostedEvents(&receiver);
-        posters.join();
     }
     state.SetItemsProcessed(std::int64_t(state.iterations()) * std::int64_t(total));
 }
