@@ -43,7 +43,6 @@
 #include "bigint/LimbOps_p.h"
 
 #include <memory>
-#include <type_traits>
 
 using namespace LimbOps;
 
@@ -54,10 +53,8 @@ constexpr const char *sameVariableText =
         "variable";
 
 // The steps of algorithm D for a normalised v of vn >= 2 limbs, u[0..un] as in divideLimbs, top
-// made from v's top limbs. Length is Index, or a constant for the short divisors of modular
-// arithmetic, whose loops then unroll.
-template <typename Length>
-void divideNormalised(Limb *quotient, Limb *u, Index un, const Limb *v, Length vn,
+// made from v's top limbs.
+void divideNormalised(Limb *quotient, Limb *u, Index un, const Limb *v, Index vn,
                       const TwoLimbDivisor &top)
 {
     assert(vn >= 2 && vn <= un && v[vn - 1] == top.d1 && v[vn - 2] == top.d0);
@@ -89,6 +86,127 @@ void divideNormalised(Limb *quotient, Limb *u, Index un, const Limb *v, Length v
         window[vn] = 0;
         quotient[j] = q;
     }
+}
+
+// high:low = x * y.
+inline void multiplyToTwo(Limb x, Limb y, Limb &high, Limb &low)
+{
+    const DoubleLimb product = DoubleLimb(x) * y;
+    high = highLimb(product);
+    low = Limb(product);
+}
+
+// high:low -= yHigh:yLow, modulo the square of the limb base.
+inline void subtractTwo(Limb &high, Limb &low, Limb yHigh, Limb yLow)
+{
+    high -= yHigh + (low < yLow);
+    low -= yLow;
+}
+
+// high:low += yHigh:yLow, modulo the square of the limb base.
+inline void addTwo(Limb &high, Limb &low, Limb yHigh, Limb yLow)
+{
+    low += yLow;
+    high += yHigh + (low < yLow);
+}
+
+// divideNormalised for a divisor of N = 2 to 4 limbs, the short moduli of modular arithmetic:
+// the remainder so far stays in registers from one quotient digit to the next (the loop above
+// stores it and loads it back, on the digit chain whose latency sets the pace), and the digit
+// step works on limb pairs, which the compiler keeps in registers where it spills double limbs.
+// u[un-N+1..un] must be below v.
+template <Index N>
+void divideShort(Limb *quotient, Limb *u, Index un, const Limb *vIn, const TwoLimbDivisor &top)
+{
+    static_assert(N >= 2 && N <= 4, "a short divisor");
+    assert(N <= un && vIn[N - 1] == top.d1 && vIn[N - 2] == top.d0);
+    const Limb d1 = top.d1, d0 = top.d0, reciprocal = top.reciprocal;
+    Limb v[N], r[N]; // r: the remainder so far, the window's top N limbs
+#pragma GCC unroll 8
+    for (Index i = 0; i < N; i++) {
+        v[i] = vIn[i];
+        r[i] = u[un - N + 1 + i];
+    }
+    for (Index j = un - N + 1; j > 0;) {
+        j--;
+        // The window is r[N-1..0] with the next limb below; w gets window - q * v.
+        Limb w[N];
+        w[0] = u[j];
+#pragma GCC unroll 8
+        for (Index i = 1; i < N; i++)
+            w[i] = r[i - 1];
+        Limb q;
+        if (r[N - 1] == d1 && r[N - 2] == d0) {
+            // The digit is B - 1: the window less v a limb up, plus v.
+            q = ~Limb(0);
+            Limb borrow = 0, carry = 0;
+#pragma GCC unroll 8
+            for (Index i = 0; i + 1 < N; i++) {
+                const Limb difference = w[i + 1] - v[i] - borrow;
+                borrow = w[i + 1] < v[i] || (w[i + 1] == v[i] && borrow);
+                w[i + 1] = difference;
+            }
+#pragma GCC unroll 8
+            for (Index i = 0; i < N; i++) {
+                const Limb sum = w[i] + v[i] + carry;
+                carry = sum < w[i] || (sum == w[i] && carry);
+                w[i] = sum;
+            }
+        } else {
+            // The three-by-two step of TwoLimbDivisor::divide on the top limbs r[N-1], r[N-2],
+            // w[N-2], leaving the digit's two-limb remainder in r1:r0.
+            const Limb n2 = r[N - 1], n1 = r[N - 2];
+            Limb q0;
+            multiplyToTwo(reciprocal, n2, q, q0);
+            addTwo(q, q0, n2, n1);
+            Limb r1 = n1 - q * d1, r0 = w[N - 2];
+            Limb productHigh, productLow;
+            multiplyToTwo(d0, q, productHigh, productLow);
+            subtractTwo(r1, r0, d1, d0);
+            subtractTwo(r1, r0, productHigh, productLow);
+            const Limb undo = Limb(0) - Limb(r1 >= q0);
+            q += 1 + undo;
+            addTwo(r1, r0, d1 & undo, d0 & undo);
+            if (r1 > d1 || (r1 == d1 && r0 >= d0)) {
+                q++;
+                subtractTwo(r1, r0, d1, d0);
+            }
+            // The rest of v times the digit off the limbs below.
+            Limb borrow = 0;
+#pragma GCC unroll 8
+            for (Index i = 0; i + 2 < N; i++) {
+                Limb high, low;
+                multiplyToTwo(v[i], q, high, low);
+                addTwo(high, low, 0, borrow);
+                borrow = high + (w[i] < low);
+                w[i] -= low;
+            }
+            const bool tooLarge = r1 == 0 && r0 < borrow;
+            subtractTwo(r1, r0, 0, borrow);
+            if (tooLarge) { // one too large: add v back
+                q--;
+                Limb carry = 0;
+#pragma GCC unroll 8
+                for (Index i = 0; i + 2 < N; i++) {
+                    const Limb sum = w[i] + v[i] + carry;
+                    carry = sum < w[i] || (sum == w[i] && carry);
+                    w[i] = sum;
+                }
+                addTwo(r1, r0, d1, d0);
+                addTwo(r1, r0, 0, carry);
+            }
+            w[N - 2] = r0;
+            w[N - 1] = r1;
+        }
+#pragma GCC unroll 8
+        for (Index i = 0; i < N; i++)
+            r[i] = w[i];
+        quotient[j] = q;
+    }
+#pragma GCC unroll 8
+    for (Index i = 0; i < N; i++)
+        u[i] = r[i];
+    zeroLimbs(u + N, un + 1 - N);
 }
 
 // The recursive steps for a normalised v[0..vn) (top made from its top limbs), algorithm D below
@@ -234,14 +352,13 @@ void LimbDivisor::divideShifted(Limb *quotient, Limb *u, Index un) const
         RecursiveDivision(v, vn, top, recursiveLimbs, product.get()).divide(quotient, u, un);
         return;
     }
-    using std::integral_constant;
     switch (vn) {
     case 2:
-        return divideNormalised(quotient, u, un, v, integral_constant<Index, 2>(), top);
+        return divideShort<2>(quotient, u, un, v, top);
     case 3:
-        return divideNormalised(quotient, u, un, v, integral_constant<Index, 3>(), top);
+        return divideShort<3>(quotient, u, un, v, top);
     case 4:
-        return divideNormalised(quotient, u, un, v, integral_constant<Index, 4>(), top);
+        return divideShort<4>(quotient, u, un, v, top);
     default:
         return divideNormalised(quotient, u, un, v, vn, top);
     }
