@@ -9,7 +9,14 @@
 #include "bigint/LimbOps_p.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
+
+// Short products straight from the blocks, read and written a limb of two blocks at a time.
+#if defined(__SIZEOF_INT128__) && defined(__BYTE_ORDER__) \
+        && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+#  define ORVEX_SHORT_PRODUCTS 1
+#endif
 
 using namespace LimbOps;
 
@@ -431,6 +438,12 @@ void BigIntPaths::multiplyFast(BigUnsigned &r, const BigUnsigned &a, const BigUn
     if (!startProduct(r, a, b))
         return;
     const Index xn = limbsFor(a.length), yn = limbsFor(b.length);
+#ifdef ORVEX_SHORT_PRODUCTS
+    if (xn == yn && xn <= ShortProducts::maxLimbs) {
+        multiplyShort(r, a, b);
+        return;
+    }
+#endif
     LimbBuffer buffer(&a == &b ? 3 * xn : 2 * (xn + yn));
     Limb *x = buffer.get(), *y = x + xn, *product = y + yn;
     blocksToLimbs(x, a.blocks, a.length);
@@ -448,6 +461,84 @@ void BigIntPaths::multiplyFast(BigUnsigned &r, const BigUnsigned &a, const BigUn
         r.length--;
     refuseOverLong(r);
 }
+
+#ifdef ORVEX_SHORT_PRODUCTS
+
+namespace {
+
+// Limb i of the blocks x[0..n), n > 2i: a whole limb, or, at the top of an odd count, a block.
+inline Limb limbAt(const Blk *x, Index n, Index i)
+{
+    if (n == 2 * i + 1)
+        return x[2 * i];
+    Limb limb;
+    std::memcpy(&limb, x + 2 * i, sizeof limb);
+    keepScalar(limb); // as in blocksToLimbs
+    return limb;
+}
+
+// The operands of n blocks, 2N - 1 <= n <= 2N, as N limbs: the copy loops unrolled.
+template <Index N>
+void shortLimbs(Limb *limbs, const BigUnsigned::Blk *blocks, Index n)
+{
+#  pragma GCC unroll 8
+    for (Index i = 0; i < N; i++)
+        limbs[i] = limbAt(blocks, n, i);
+}
+
+// result[0..length) = a * b, both of 2N - 1 or 2N blocks; returns the top block.
+template <Index N>
+Blk multiplyShortLimbs(Blk *result, Index length, const Blk *a, Index aLength, const Blk *b,
+                       Index bLength)
+{
+    Limb x[N], y[N], product[2 * N];
+    shortLimbs<N>(x, a, aLength);
+    if (a == b) {
+        ShortProducts::multiply<N>(product, x, x);
+    } else {
+        shortLimbs<N>(y, b, bLength);
+        ShortProducts::multiply<N>(product, x, y);
+    }
+    // length >= 4N - 2: all limbs but the top one are whole.
+#  pragma GCC unroll 8
+    for (Index i = 0; i + 1 < 2 * N; i++) {
+        Limb limb = product[i];
+        keepScalar(limb);
+        std::memcpy(result + 2 * i, &limb, sizeof limb);
+    }
+    for (Index i = 4 * N - 2; i < length; i++)
+        result[i] = Blk(product[i / 2] >> (i % 2 * 32));
+    // Read from the limb in a register rather than back from memory just written.
+    return Blk(product[(length - 1) / 2] >> ((length - 1) % 2 * 32));
+}
+
+} // namespace
+
+void BigIntPaths::multiplyShort(BigUnsigned &r, const BigUnsigned &a, const BigUnsigned &b)
+{
+    static_assert(blocksPerLimb == 2, "blocks paired in limbs");
+    const Index n = limbsFor(a.length);
+    const Blk *x = a.blocks, *y = &a == &b ? x : b.blocks;
+    Blk top;
+    switch (n) {
+    case 1:
+        top = multiplyShortLimbs<1>(r.blocks, r.length, x, a.length, y, b.length);
+        break;
+    case 2:
+        top = multiplyShortLimbs<2>(r.blocks, r.length, x, a.length, y, b.length);
+        break;
+    case 3:
+        top = multiplyShortLimbs<3>(r.blocks, r.length, x, a.length, y, b.length);
+        break;
+    default:
+        top = multiplyShortLimbs<4>(r.blocks, r.length, x, a.length, y, b.length);
+        break;
+    }
+    if (top == 0)
+        r.length--;
+}
+
+#endif
 
 void BigUnsigned::multiply(const BigUnsigned &a, const BigUnsigned &b)
 {

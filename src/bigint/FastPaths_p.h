@@ -89,11 +89,99 @@ private:
     // Sizes r for the product of a and b; false, with r zero, when either is zero.
     static bool startProduct(BigUnsigned &r, const BigUnsigned &a, const BigUnsigned &b);
     static void refuseOverLong(BigUnsigned &r);
+    // multiplyFast for normal operands of the same number of limbs, at most
+    // ShortProducts::maxLimbs, r sized (where limbs are two blocks).
+    static void multiplyShort(BigUnsigned &r, const BigUnsigned &a, const BigUnsigned &b);
     static void divideFastInto(BigUnsigned &x, const BigUnsigned &b, BigUnsigned &q,
                                Index recursiveLimbs);
     static BigUnsigned modexpOnLimbs(const BigUnsigned &reducedBase, const BigUnsigned &exponent,
                                      const BigUnsigned &modulus);
 };
+
+// Products of short operands, the moduli of modular arithmetic and the values of a few words
+// that most programs multiply: column by column (each product limb summed in three limbs of
+// registers before it is stored), with no dispatch on lengths or scratch. The loops over limbs
+// here and in the short division are unrolled by pragma, before the arrays they fill are assigned
+// registers: left rolled, the compiler keeps those arrays on the stack.
+namespace ShortProducts {
+
+using LimbOps::Limb;
+using Index = BigUnsigned::Index;
+
+// Operands of up to this many limbs are short.
+constexpr Index maxLimbs = 4;
+
+// c2:c1:c0 += x * y, the sum known to fit.
+inline void addProduct(Limb &c0, Limb &c1, Limb &c2, Limb x, Limb y, bool twice = false)
+{
+#ifdef ORVEX_LIMB_ASSEMBLY
+    Limb high, low;
+    LimbOps::multiplyWide(x, y, &high, &low);
+    __asm__("addq %3, %0\n\tadcq %4, %1\n\tadcq $0, %2"
+            : "+&r"(c0), "+&r"(c1), "+&r"(c2)
+            : "r"(low), "r"(high)
+            : "cc");
+    if (twice) {
+        __asm__("addq %3, %0\n\tadcq %4, %1\n\tadcq $0, %2"
+                : "+&r"(c0), "+&r"(c1), "+&r"(c2)
+                : "r"(low), "r"(high)
+                : "cc");
+    }
+#else
+    const LimbOps::DoubleLimb product = LimbOps::DoubleLimb(x) * y;
+    for (int turn = 0; turn < (twice ? 2 : 1); turn++) {
+        const Limb low = Limb(product);
+        const Limb high = LimbOps::highLimb(product) + ((c0 += low) < low); // a high limb < B - 1
+        c2 += (c1 += high) < high;
+    }
+#endif
+}
+
+// product[0..2N) = x[0..N) * y[0..N); x == y squares, each cross product formed once and added
+// twice. product overlaps neither operand.
+template <Index N>
+inline void multiply(Limb *product, const Limb *x, const Limb *y)
+{
+    const bool square = x == y;
+    Limb c0 = 0, c1 = 0, c2 = 0;
+#pragma GCC unroll 8
+    for (Index k = 0; k + 1 < 2 * N; k++) {
+#pragma GCC unroll 8
+        for (Index i = 0; i < N; i++) {
+            if (i > k || k - i >= N)
+                continue;
+            if (!square)
+                addProduct(c0, c1, c2, x[i], y[k - i]);
+            else if (2 * i < k)
+                addProduct(c0, c1, c2, x[i], x[k - i], true);
+            else if (2 * i == k)
+                addProduct(c0, c1, c2, x[i], x[i]);
+        }
+        product[k] = c0;
+        c0 = c1;
+        c1 = c2;
+        c2 = 0;
+    }
+    product[2 * N - 1] = c0;
+}
+
+// As multiply<N>, for operands of n limbs, 1 <= n <= maxLimbs.
+inline void multiply(Limb *product, const Limb *x, const Limb *y, Index n)
+{
+    switch (n) {
+    case 1:
+        return multiply<1>(product, x, y);
+    case 2:
+        return multiply<2>(product, x, y);
+    case 3:
+        return multiply<3>(product, x, y);
+    default:
+        assert(n == 4);
+        return multiply<4>(product, x, y);
+    }
+}
+
+} // namespace ShortProducts
 
 // A divisor of limbs made ready once for many divisions (algorithm D): shifted until its top bit
 // is set, with the reciprocal of its top two limbs.

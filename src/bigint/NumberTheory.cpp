@@ -298,7 +298,10 @@ BigUnsigned BigIntPaths::modexpOnLimbs(const BigUnsigned &reducedBase, const Big
             resultLength = 0;
             return;
         }
-        multiplyLimbs(product, result, resultLength, factor, factorLength);
+        if (resultLength == factorLength && resultLength <= ShortProducts::maxLimbs)
+            ShortProducts::multiply(product, result, factor, resultLength);
+        else
+            multiplyLimbs(product, result, resultLength, factor, factorLength);
         Index productLength = resultLength + factorLength;
         if (factor == result && shift > 0)
             shiftRightLimbs(product, product, productLength, shift);
