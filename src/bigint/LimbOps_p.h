@@ -253,44 +253,107 @@ inline Limb subtractLimbsFrom(Limb *target, Index targetLength, const Limb *x, I
 // result[0..n) = x[0..n) * y; returns the limb carried out of the top. result may be x.
 inline Limb multiplyLimb(Limb *result, const Limb *x, Index n, Limb y)
 {
+#ifdef ORVEX_LIMB_ASSEMBLY
+    if (n == 0)
+        return 0;
+    // Two limbs a turn: both products first, then one add-with-carry chain through their halves
+    // and the incoming carry, three steps for two limbs where a limb at a time takes two each.
+    // An odd count starts with a limb on its own.
+    Limb carry, low, high, low0, high0;
+    long i = -long(n);
+    __asm__ volatile("xorl %k[carry], %k[carry]\n\t"
+                     "testq $1, %[i]\n\t"
+                     "jz 1f\n\t"
+                     "movq (%[x],%[i],8), %%rax\n\t"
+                     "mulq %[y]\n\t"
+                     "movq %%rax, (%[r],%[i],8)\n\t"
+                     "movq %%rdx, %[carry]\n\t"
+                     "incq %[i]\n\t"
+                     "jz 2f\n"
+                     "1:\n\t"
+                     "movq (%[x],%[i],8), %%rax\n\t"
+                     "mulq %[y]\n\t"
+                     "movq %%rax, %[low0]\n\t"
+                     "movq %%rdx, %[high0]\n\t"
+                     "movq 8(%[x],%[i],8), %%rax\n\t"
+                     "mulq %[y]\n\t"
+                     "addq %[carry], %[low0]\n\t"
+                     "adcq %[high0], %%rax\n\t"
+                     "adcq $0, %%rdx\n\t"
+                     "movq %[low0], (%[r],%[i],8)\n\t"
+                     "movq %%rax, 8(%[r],%[i],8)\n\t"
+                     "movq %%rdx, %[carry]\n\t"
+                     "addq $2, %[i]\n\t"
+                     "jnz 1b\n"
+                     "2:"
+                     : [carry] "=&r"(carry), [i] "+r"(i), [low0] "=&r"(low0), [high0] "=&r"(high0),
+                       "=&a"(low), "=&d"(high)
+                     : [x] "r"(x + n), [r] "r"(result + n), [y] "r"(y)
+                     : "cc", "memory");
+    return carry;
+#else
     Limb carry = 0;
     for (Index i = 0; i < n; i++) {
-#ifdef ORVEX_LIMB_ASSEMBLY
-        Limb high, low;
-        multiplyWide(x[i], y, &high, &low);
-        __asm__("addq %2, %0\n\tadcq $0, %1" : "+&r"(low), "+&r"(high) : "rm"(carry) : "cc");
-        result[i] = low;
-        carry = high;
-#else
         const DoubleLimb t = DoubleLimb(x[i]) * y + carry;
         result[i] = Limb(t);
         carry = highLimb(t);
-#endif
     }
     return carry;
+#endif
 }
 
 // result[0..n) += x[0..n) * y; returns the limb carried out of the top.
 inline Limb multiplyAddLimb(Limb *result, const Limb *x, Index n, Limb y)
 {
+#ifdef ORVEX_LIMB_ASSEMBLY
+    if (n == 0)
+        return 0;
+    // Two limbs a turn: the result limbs go into the two products first, off the carry's path;
+    // the incoming carry and the lower product's high half then take one chain of three steps.
+    Limb carry, low, high, low0, high0;
+    long i = -long(n);
+    __asm__ volatile("xorl %k[carry], %k[carry]\n\t"
+                     "testq $1, %[i]\n\t"
+                     "jz 1f\n\t"
+                     "movq (%[x],%[i],8), %%rax\n\t"
+                     "mulq %[y]\n\t"
+                     "addq %%rax, (%[r],%[i],8)\n\t"
+                     "adcq %%rdx, %[carry]\n\t"
+                     "incq %[i]\n\t"
+                     "jz 2f\n"
+                     "1:\n\t"
+                     "movq (%[x],%[i],8), %%rax\n\t"
+                     "mulq %[y]\n\t"
+                     "movq %%rax, %[low0]\n\t"
+                     "movq %%rdx, %[high0]\n\t"
+                     "movq 8(%[x],%[i],8), %%rax\n\t"
+                     "mulq %[y]\n\t"
+                     "addq (%[r],%[i],8), %[low0]\n\t"
+                     "adcq 8(%[r],%[i],8), %%rax\n\t"
+                     "adcq $0, %%rdx\n\t"
+                     "addq %[carry], %[low0]\n\t"
+                     "adcq %[high0], %%rax\n\t"
+                     "adcq $0, %%rdx\n\t"
+                     "movq %[low0], (%[r],%[i],8)\n\t"
+                     "movq %%rax, 8(%[r],%[i],8)\n\t"
+                     "movq %%rdx, %[carry]\n\t"
+                     "addq $2, %[i]\n\t"
+                     "jnz 1b\n"
+                     "2:"
+                     : [carry] "=&r"(carry), [i] "+r"(i), [low0] "=&r"(low0), [high0] "=&r"(high0),
+                       "=&a"(low), "=&d"(high)
+                     : [x] "r"(x + n), [r] "r"(result + n), [y] "r"(y)
+                     : "cc", "memory");
+    return carry;
+#else
     Limb carry = 0;
     for (Index i = 0; i < n; i++) {
-#ifdef ORVEX_LIMB_ASSEMBLY
-        Limb high, low;
-        multiplyWide(x[i], y, &high, &low);
-        __asm__("addq %2, %0\n\tadcq $0, %1\n\taddq %3, %0\n\tadcq $0, %1"
-                : "+&r"(low), "+&r"(high)
-                : "r"(result[i]), "r"(carry)
-                : "cc");
-        result[i] = low;
-        carry = high;
-#else
         const DoubleLimb t = DoubleLimb(x[i]) * y + result[i] + carry;
         result[i] = Limb(t);
         carry = highLimb(t);
-#endif
     }
     return carry;
+#endif
 }
 
 // result[0..n+1) = result[0..n) + x[0..n) * y0 + (x[0..n) * y1 shifted up a limb), n >= 1;
@@ -298,28 +361,60 @@ inline Limb multiplyAddLimb(Limb *result, const Limb *x, Index n, Limb y)
 // once: their carry chains are independent, and result is read and written once.
 inline Limb multiplyAddTwoLimbs(Limb *result, const Limb *x, Index n, Limb y0, Limb y1)
 {
+    assert(n >= 1);
 #ifdef ORVEX_LIMB_ASSEMBLY
-    // low += b, the carry going into high.
-#  define ORVEX_ADD_INTO(low, high, b) \
-    __asm__("addq %2, %0\n\tadcq $0, %1" : "+&r"(low), "+&r"(high) : "rm"(b) : "cc")
-    Limb carry0 = 0, carry1 = 0, column = result[0];
-    for (Index i = 0; i < n; i++) {
-        Limb high0, low0, high1, low1;
-        multiplyWide(x[i], y0, &high0, &low0);
-        ORVEX_ADD_INTO(column, high0, low0);
-        ORVEX_ADD_INTO(column, high0, carry0);
-        result[i] = column;
-        carry0 = high0;
-        column = i + 1 < n ? result[i + 1] : 0;
-        multiplyWide(x[i], y1, &high1, &low1);
-        ORVEX_ADD_INTO(column, high1, low1);
-        ORVEX_ADD_INTO(column, high1, carry1);
-        carry1 = high1;
-    }
-    ORVEX_ADD_INTO(column, carry1, carry0);
-#  undef ORVEX_ADD_INTO
-    result[n] = column;
-    return carry1;
+    // Column i is result[i], the low half of x[i] * y0, that row's carry limb and the pending
+    // limb of the other row (the low half of x[i - 1] * y1 plus its carry). Both products of a
+    // limb come first so that the carry out of the column runs on, in the flag, into the next
+    // pending limb and the high half above it. Two limbs a turn, the pending limb and its carry
+    // trading registers; an odd count enters at the second half.
+    Limb carry0 = 0, pendingA = 0, carryA = 0, pendingB = 0, carryB = 0, low, high;
+    long i = -long(n) - long(n & 1);
+    __asm__ volatile(
+            "testq $1, %[n]\n\t"
+            "jnz 2f\n"
+            "1:\n\t"
+            "movq (%[x],%[i],8), %%rax\n\t"
+            "mulq %[y1]\n\t"
+            "movq %%rax, %[pB]\n\t"
+            "movq %%rdx, %[cB]\n\t"
+            "movq (%[x],%[i],8), %%rax\n\t"
+            "mulq %[y0]\n\t"
+            "addq (%[r],%[i],8), %%rax\n\t"
+            "adcq $0, %%rdx\n\t"
+            "addq %[carry0], %%rax\n\t"
+            "adcq $0, %%rdx\n\t"
+            "movq %%rdx, %[carry0]\n\t"
+            "addq %[pA], %%rax\n\t"
+            "adcq %[cA], %[pB]\n\t"
+            "adcq $0, %[cB]\n\t"
+            "movq %%rax, (%[r],%[i],8)\n"
+            "2:\n\t"
+            "movq 8(%[x],%[i],8), %%rax\n\t"
+            "mulq %[y1]\n\t"
+            "movq %%rax, %[pA]\n\t"
+            "movq %%rdx, %[cA]\n\t"
+            "movq 8(%[x],%[i],8), %%rax\n\t"
+            "mulq %[y0]\n\t"
+            "addq 8(%[r],%[i],8), %%rax\n\t"
+            "adcq $0, %%rdx\n\t"
+            "addq %[carry0], %%rax\n\t"
+            "adcq $0, %%rdx\n\t"
+            "movq %%rdx, %[carry0]\n\t"
+            "addq %[pB], %%rax\n\t"
+            "adcq %[cB], %[pA]\n\t"
+            "adcq $0, %[cA]\n\t"
+            "movq %%rax, 8(%[r],%[i],8)\n\t"
+            "addq $2, %[i]\n\t"
+            "jnz 1b\n\t"
+            "addq %[pA], %[carry0]\n\t"
+            "adcq $0, %[cA]"
+            : [carry0] "+&r"(carry0), [pA] "+&r"(pendingA), [cA] "+&r"(carryA),
+              [pB] "+&r"(pendingB), [cB] "+&r"(carryB), [i] "+r"(i), "=&a"(low), "=&d"(high)
+            : [x] "r"(x + n), [r] "r"(result + n), [n] "r"(long(n)), [y0] "r"(y0), [y1] "r"(y1)
+            : "cc", "memory");
+    result[n] = carry0;
+    return carryA;
 #else
     result[n] = multiplyAddLimb(result, x, n, y0);
     return multiplyAddLimb(result + 1, x, n, y1);
@@ -355,32 +450,89 @@ inline Limb multiplySubtractLimb(Limb *result, const Limb *x, Index n, Limb y)
 // the whole sum known to fit; the doubling goes along, two result limbs a turn.
 inline void addDoubledSquares(Limb *result, const Limb *x, Index n)
 {
+#ifdef ORVEX_LIMB_ASSEMBLY
+    if (n == 0)
+        return;
+    // Two chains through the flag, each carry kept between turns as a mask (0 or all ones) and
+    // put back into the flag by adding the mask to itself: the doubling (result added to itself)
+    // and, behind it, the squares added to the doubled limbs. Two squares a turn so that the
+    // chains run four limbs long between the multiplications that clobber the flag; an odd
+    // count starts with one square on its own. The index j is twice the limb index of x.
+    Limb doubling, carry, low, high, low0, high0, r0, r1, r2, r3;
+    long j = -2 * long(n);
+    __asm__ volatile(
+            "xorl %k[doubling], %k[doubling]\n\t"
+            "xorl %k[carry], %k[carry]\n\t"
+            "testq $2, %[j]\n\t"
+            "jz 1f\n\t"
+            "movq (%[x],%[j],4), %%rax\n\t"
+            "mulq %%rax\n\t"
+            "movq (%[r],%[j],8), %[r0]\n\t"
+            "movq 8(%[r],%[j],8), %[r1]\n\t"
+            "addq %[r0], %[r0]\n\t"
+            "adcq %[r1], %[r1]\n\t"
+            "sbbq %[doubling], %[doubling]\n\t"
+            "addq %%rax, %[r0]\n\t"
+            "adcq %%rdx, %[r1]\n\t"
+            "sbbq %[carry], %[carry]\n\t"
+            "movq %[r0], (%[r],%[j],8)\n\t"
+            "movq %[r1], 8(%[r],%[j],8)\n\t"
+            "addq $2, %[j]\n\t"
+            "jz 2f\n"
+            "1:\n\t"
+            "movq (%[x],%[j],4), %%rax\n\t"
+            "mulq %%rax\n\t"
+            "movq %%rax, %[low0]\n\t"
+            "movq %%rdx, %[high0]\n\t"
+            "movq 8(%[x],%[j],4), %%rax\n\t"
+            "mulq %%rax\n\t"
+            "movq (%[r],%[j],8), %[r0]\n\t"
+            "movq 8(%[r],%[j],8), %[r1]\n\t"
+            "movq 16(%[r],%[j],8), %[r2]\n\t"
+            "movq 24(%[r],%[j],8), %[r3]\n\t"
+            "addq %[doubling], %[doubling]\n\t"
+            "adcq %[r0], %[r0]\n\t"
+            "adcq %[r1], %[r1]\n\t"
+            "adcq %[r2], %[r2]\n\t"
+            "adcq %[r3], %[r3]\n\t"
+            "sbbq %[doubling], %[doubling]\n\t"
+            "addq %[carry], %[carry]\n\t"
+            "adcq %[low0], %[r0]\n\t"
+            "adcq %[high0], %[r1]\n\t"
+            "adcq %%rax, %[r2]\n\t"
+            "adcq %%rdx, %[r3]\n\t"
+            "sbbq %[carry], %[carry]\n\t"
+            "movq %[r0], (%[r],%[j],8)\n\t"
+            "movq %[r1], 8(%[r],%[j],8)\n\t"
+            "movq %[r2], 16(%[r],%[j],8)\n\t"
+            "movq %[r3], 24(%[r],%[j],8)\n\t"
+            "addq $4, %[j]\n\t"
+            "jnz 1b\n"
+            "2:"
+            : [doubling] "=&r"(doubling), [carry] "=&r"(carry), [j] "+r"(j), [low0] "=&r"(low0),
+              [high0] "=&r"(high0), [r0] "=&r"(r0), [r1] "=&r"(r1), [r2] "=&r"(r2), [r3] "=&r"(r3),
+              "=&a"(low), "=&d"(high)
+            : [x] "r"(x + n), [r] "r"(result + 2 * n)
+            : "cc", "memory");
+    assert(carry == 0 && doubling == 0);
+    (void)carry;
+    (void)doubling;
+#else
     Limb carry = 0, shiftedOut = 0;
     for (Index i = 0; i < n; i++) {
         const Limb low = result[2 * i], high = result[2 * i + 1];
-        Limb doubledLow = low << 1 | shiftedOut, doubledHigh = high << 1 | low >> (bitsPerLimb - 1);
+        const Limb doubledLow = low << 1 | shiftedOut;
+        const Limb doubledHigh = high << 1 | low >> (bitsPerLimb - 1);
         shiftedOut = high >> (bitsPerLimb - 1);
-#ifdef ORVEX_LIMB_ASSEMBLY
-        Limb squareHigh, squareLow, out = 0;
-        multiplyWide(x[i], x[i], &squareHigh, &squareLow);
-        __asm__("addq %4, %0\n\tadcq %5, %1\n\tadcq $0, %2\n\t"
-                "addq %3, %0\n\tadcq $0, %1\n\tadcq $0, %2"
-                : "+&r"(doubledLow), "+&r"(doubledHigh), "+&r"(out)
-                : "r"(carry), "r"(squareLow), "r"(squareHigh)
-                : "cc");
-        result[2 * i] = doubledLow;
-        result[2 * i + 1] = doubledHigh;
-        carry = out;
-#else
         const DoubleLimb square = DoubleLimb(x[i]) * x[i];
         const DoubleLimb lowSum = DoubleLimb(doubledLow) + Limb(square) + carry;
         const DoubleLimb highSum = DoubleLimb(doubledHigh) + highLimb(square) + highLimb(lowSum);
         result[2 * i] = Limb(lowSum);
         result[2 * i + 1] = Limb(highSum);
         carry = highLimb(highSum);
-#endif
     }
     assert(carry == 0 && shiftedOut == 0);
+#endif
 }
 
 // x[0..n) = x * m + a; returns the limb carried out of the top.
