@@ -158,20 +158,22 @@ void squareWordsGmp(benchmark::State &state)
 // calibrate: products ("multiply") and squares ("square") of n limbs by rows of limb products
 // ("rows") against one step of Karatsuba's method whose halves go by rows ("karatsuba"), and by
 // the library's Karatsuba recursion alone ("no-toom") against one step of Toom's three-way split
-// whose parts go by that recursion ("toom"): where the step is faster, the threshold lies below n.
-enum class Method { rows, karatsuba, noToom, toom };
+// whose parts go by that recursion ("toom"), and by the library's splits alone ("no-transform")
+// against number-theoretic transforms ("transform"): where the step is faster, the threshold lies
+// below n.
+enum class Method { rows, karatsuba, noToom, toom, noTransform, transform };
 
 void calibrate(benchmark::State &state, bool square, Method method)
 {
     const BigUnsigned::Index n = BigUnsigned::Index(state.range(0)), never = ~n | n;
-    const BigIntPaths::MultiplyThresholds library = BigIntPaths::multiplyThresholds;
-    const BigIntPaths::MultiplyThresholds thresholds = method == Method::rows
-            ? BigIntPaths::MultiplyThresholds{never, never, never, never}
-            : method == Method::karatsuba ? BigIntPaths::MultiplyThresholds{n, n, never, never}
-            : method == Method::noToom
-            ? BigIntPaths::MultiplyThresholds{library.karatsuba, library.karatsubaSquare, never,
-                                              never}
-            : BigIntPaths::MultiplyThresholds{library.karatsuba, library.karatsubaSquare, n, n};
+    BigIntPaths::MultiplyThresholds thresholds = BigIntPaths::multiplyThresholds;
+    thresholds.transform = thresholds.transformSquare = method == Method::transform ? n : never;
+    if (method == Method::rows || method == Method::karatsuba)
+        thresholds.karatsuba = thresholds.karatsubaSquare = method == Method::rows ? never : n;
+    if (method == Method::rows || method == Method::karatsuba || method == Method::noToom)
+        thresholds.toom = thresholds.toomSquare = never;
+    else if (method == Method::toom)
+        thresholds.toom = thresholds.toomSquare = n;
     const Limbs a = randomLimbs(n * LimbOps::bitsPerLimb, 1);
     const Limbs b = randomLimbs(n * LimbOps::bitsPerLimb, 2);
     Limbs r(2 * n);
@@ -189,7 +191,9 @@ void registerCalibration()
     const std::pair<Method, const char *> methods[] = {{Method::rows, "rows"},
                                                        {Method::karatsuba, "karatsuba"},
                                                        {Method::noToom, "no-toom"},
-                                                       {Method::toom, "toom"}};
+                                                       {Method::toom, "toom"},
+                                                       {Method::noTransform, "no-transform"},
+                                                       {Method::transform, "transform"}};
     for (const bool square : {false, true}) {
         const std::string name = square ? "calibrate-square/" : "calibrate-multiply/";
         for (const auto &[method, methodName] : methods) {
@@ -197,8 +201,10 @@ void registerCalibration()
                     (name + methodName).c_str(), calibrate, square, method);
             if (method == Method::rows || method == Method::karatsuba)
                 b->DenseRange(16, 112, 8);
-            else
+            else if (method == Method::noToom || method == Method::toom)
                 b->Arg(96)->Arg(128)->Arg(160)->Arg(192)->Arg(256)->Arg(320)->Arg(384)->Arg(512);
+            else
+                b->RangeMultiplier(2)->Range(256, 8192)->Arg(768)->Arg(1536)->Arg(3072);
         }
     }
 }

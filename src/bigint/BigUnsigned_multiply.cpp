@@ -147,6 +147,13 @@ bool usesToom(Index n, const Thresholds &thresholds, bool square)
     return n >= (square ? thresholds.toomSquare : thresholds.toom) && n >= toomMinimum;
 }
 
+// Whether a product of two n-limb operands (one, squared) goes through transforms.
+bool usesTransform(Index n, const Thresholds &thresholds, bool square)
+{
+    return n >= (square ? thresholds.transformSquare : thresholds.transform)
+            && n <= BigIntPaths::maxTransformLimbs / 2;
+}
+
 Index karatsubaThreshold(const Thresholds &thresholds, bool square)
 {
     return square ? thresholds.karatsubaSquare : thresholds.karatsuba;
@@ -155,13 +162,15 @@ Index karatsubaThreshold(const Thresholds &thresholds, bool square)
 // Whether an n-limb operand is split at all (rather than multiplied by rows of limb products).
 bool splits(Index n, const Thresholds &thresholds, bool square)
 {
-    return usesToom(n, thresholds, square)
+    return usesTransform(n, thresholds, square) || usesToom(n, thresholds, square)
             || (n >= karatsubaThreshold(thresholds, square) && n >= 4);
 }
 
 // Scratch limbs multiplyBalanced needs for two n-limb operands (one, squared).
 Index balancedScratchSize(Index n, const Thresholds &thresholds, bool square)
 {
+    if (usesTransform(n, thresholds, square))
+        return 0; // the transforms allocate their own
     if (!usesToom(n, thresholds, square))
         return karatsubaScratchSize(n, karatsubaThreshold(thresholds, square));
     // Not monotonic in n where the method changes: the largest need of the three part sizes.
@@ -291,7 +300,9 @@ void multiplyBalanced(Limb *result, const Limb *x, const Limb *y, Index n,
                       const Thresholds &thresholds, Limb *scratch)
 {
     const bool square = x == y;
-    if (usesToom(n, thresholds, square))
+    if (usesTransform(n, thresholds, square))
+        BigIntPaths::multiplyByTransform(result, x, n, y, n);
+    else if (usesToom(n, thresholds, square))
         multiplyToom3(result, x, y, n, thresholds, scratch);
     else
         multiplyKaratsuba(result, x, y, n, karatsubaThreshold(thresholds, square), scratch);
@@ -371,6 +382,10 @@ void BigIntPaths::multiplyLimbs(Limb *product, const Limb *x, Index xn, const Li
     }
     if (!splits(yn, thresholds, false)) {
         multiplySchoolbook(product, x, xn, y, yn);
+        return;
+    }
+    if (usesTransform(yn, thresholds, false) && xn + yn <= maxTransformLimbs) {
+        multiplyByTransform(product, x, xn, y, yn);
         return;
     }
     LimbBuffer scratch(unbalancedScratchSize(xn, yn, thresholds));

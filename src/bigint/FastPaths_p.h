@@ -38,14 +38,30 @@ public:
     // against 27.9 in the same run); squares of 128 limbs 10.2 us against 8.1 us, 160 limbs 11.3
     // against 11.3, 192 limbs 14.0 against 16.7, 256 limbs 23.3 against 29.4, 512 limbs 76.0
     // against 87.0.
+#ifdef __SIZEOF_INT128__
+    static constexpr Index transformLimbs = 8192;
+    static constexpr Index transformSquareLimbs = 8192;
+#else
+    static constexpr Index transformLimbs = ~Index(0);
+    static constexpr Index transformSquareLimbs = ~Index(0);
+#endif
     struct MultiplyThresholds
     {
         Index karatsuba;
         Index karatsubaSquare;
         Index toom;
         Index toomSquare;
+        // Number-theoretic transforms, from this many limbs of the shorter operand; where limbs
+        // are not 64 bits wide, never.
+        Index transform;
+        Index transformSquare;
     };
-    static constexpr MultiplyThresholds multiplyThresholds{24, 40, 192, 192};
+    static constexpr MultiplyThresholds multiplyThresholds{
+            24, 40, 192, 192, transformLimbs, transformSquareLimbs};
+    // The longest product (xn + yn limbs) made by one transform; longer ones are split by Toom's
+    // method into parts that are. A transform's scratch is 64 bytes per residue, the product's
+    // length rounded up to 2^k or 3 * 2^k: at most 64 MiB.
+    static constexpr Index maxTransformLimbs = Index(1) << 20;
 
     // Divisors of this many limbs or more are divided recursively (halves of the quotient, each
     // estimated from the top of the divisor and corrected by one product), below it by algorithm
@@ -75,6 +91,10 @@ public:
     // squares. xn and yn may be 0.
     static void multiplyLimbs(Limb *product, const Limb *x, Index xn, const Limb *y, Index yn,
                               const MultiplyThresholds &thresholds = multiplyThresholds);
+    // product[0..xn+yn) = x * y through number-theoretic transforms, xn, yn >= 1 and xn + yn
+    // <= maxTransformLimbs; x == y with xn == yn squares. Only where limbs are 64 bits wide.
+    static void multiplyByTransform(Limb *product, const Limb *x, Index xn, const Limb *y,
+                                    Index yn);
     // product[0..2n) = x * x, overlapping x nowhere.
     static void squareLimbs(Limb *product, const Limb *x, Index n,
                             const MultiplyThresholds &thresholds = multiplyThresholds);

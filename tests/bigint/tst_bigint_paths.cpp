@@ -86,12 +86,14 @@ private:
 };
 
 // Rows of operand lengths in blocks: small ones, and each threshold with its neighbours. Toom's
-// split from `toom` limbs on where that is not 0, so that short values reach it and its nesting.
-void addLengthRows(const char *name, quint32 shorter, quint32 longer, quint32 toom = 0)
+// split from `toom` limbs on, transforms from `transform` limbs on, where not 0, so that short
+// values reach them and their nesting.
+void addLengthRows(const char *name, quint32 shorter, quint32 longer, quint32 toom = 0,
+                   quint32 transform = 0)
 {
     for (int offset = -2; offset <= 2; offset++) {
-        QTest::addRow("%s %+d", name, offset)
-                << quint32(int(shorter) + offset) << quint32(int(longer) + offset) << toom;
+        QTest::addRow("%s %+d", name, offset) << quint32(int(shorter) + offset)
+                                              << quint32(int(longer) + offset) << toom << transform;
     }
 }
 
@@ -136,6 +138,8 @@ class tst_BigIntPaths : public QObject
 private slots:
     void multiply_data();
     void multiply();
+    void transformLong_data();
+    void transformLong();
     void divide_data();
     void divide();
     void modexp_data();
@@ -161,10 +165,11 @@ void tst_BigIntPaths::multiply_data()
     QTest::addColumn<quint32>("shorter");
     QTest::addColumn<quint32>("longer");
     QTest::addColumn<quint32>("toom");
+    QTest::addColumn<quint32>("transform");
     for (quint32 length = 1; length <= 5; length++)
-        QTest::addRow("%u blocks", length) << length << length << 0u;
-    QTest::newRow("1 by 7 blocks") << 1u << 7u << 0u;
-    QTest::newRow("2 by 9 blocks") << 2u << 9u << 0u;
+        QTest::addRow("%u blocks", length) << length << length << 0u << 0u;
+    QTest::newRow("1 by 7 blocks") << 1u << 7u << 0u << 0u;
+    QTest::newRow("2 by 9 blocks") << 2u << 9u << 0u << 0u;
     addLengthRows("karatsuba", karatsubaBlocks, karatsubaBlocks);
     addLengthRows("karatsuba square", karatsubaSquareBlocks, karatsubaSquareBlocks);
     addLengthRows("karatsuba twice", 2 * karatsubaBlocks, 2 * karatsubaBlocks + 1);
@@ -175,6 +180,11 @@ void tst_BigIntPaths::multiply_data()
     addLengthRows("toom from 4 limbs", 4 * blocksPerLimb, 4 * blocksPerLimb, 4);
     addLengthRows("toom from 4 limbs, nested", 12 * blocksPerLimb, 12 * blocksPerLimb + 1, 4);
     addLengthRows("toom from 4 limbs, unbalanced", 16 * blocksPerLimb, 25 * blocksPerLimb, 4);
+    // Lengths of 2^k and 3 * 2^k residues, a product of two limbs the shortest.
+    addLengthRows("transform from 1 limb", 2 * blocksPerLimb, 2 * blocksPerLimb, 0, 1);
+    addLengthRows("transform, unbalanced", 3 * blocksPerLimb, 20 * blocksPerLimb, 0, 3);
+    addLengthRows("transform, longer", 40 * blocksPerLimb, 47 * blocksPerLimb, 0, 3);
+    addLengthRows("transform under toom", 60 * blocksPerLimb, 60 * blocksPerLimb, 8, 12);
 }
 
 void tst_BigIntPaths::multiply()
@@ -182,12 +192,17 @@ void tst_BigIntPaths::multiply()
     QFETCH(quint32, shorter);
     QFETCH(quint32, longer);
     QFETCH(quint32, toom);
+    QFETCH(quint32, transform);
     BigIntPaths::MultiplyThresholds thresholds = BigIntPaths::multiplyThresholds;
     if (toom != 0)
         thresholds.toom = thresholds.toomSquare = toom;
+    if (transform != 0)
+        thresholds.transform = thresholds.transformSquare = transform;
     Operands operands(seed ^ (shorter << 16 | longer));
     // At the library's Toom thresholds the reference takes long: the normal operands only.
-    const int trials = toom != 0 ? 6 : shorter + 2 >= qMin(toomBlocks, toomSquareBlocks) ? 2 : 4;
+    const int trials = toom != 0 || transform != 0              ? 6
+            : shorter + 2 >= qMin(toomBlocks, toomSquareBlocks) ? 2
+                                                                : 4;
     for (int trial = 0; trial < trials; trial++) {
         // Now and then a value with zero blocks on top, which the fast path leaves alone.
         BigUnsigned a = operands.ofLength(longer, trial != 2);
@@ -221,6 +236,42 @@ void tst_BigIntPaths::multiply()
             record(o, s);
         });
     }
+}
+
+// Transforms longer than their cache block, as a power of two and in thirds, against the splits:
+// random limbs, all ones (the largest coefficients), a square.
+void tst_BigIntPaths::transformLong_data()
+{
+    QTest::addColumn<quint32>("xn");
+    QTest::addColumn<quint32>("yn");
+    QTest::newRow("2048 residues") << 1000u << 1000u;
+    QTest::newRow("3 * 2048 residues") << 2600u << 2600u;
+    QTest::newRow("unbalanced, 3 * 1024 residues") << 3000u << 10u;
+}
+
+void tst_BigIntPaths::transformLong()
+{
+#ifndef __SIZEOF_INT128__
+    QSKIP("Transforms need limbs of 64 bits");
+#else
+    QFETCH(quint32, xn);
+    QFETCH(quint32, yn);
+    using LimbOps::Limb;
+    BigIntPaths::MultiplyThresholds splits = BigIntPaths::multiplyThresholds;
+    splits.transform = splits.transformSquare = ~0u;
+    QRandomGenerator random(seed ^ xn);
+    for (int trial = 0; trial < 3; trial++) {
+        QVector<Limb> x(xn), y(yn), viaTransform(xn + yn), viaSplits(xn + yn);
+        for (Limb &limb : x)
+            limb = trial == 1 ? ~Limb(0) : random.generate64();
+        for (Limb &limb : y)
+            limb = trial == 1 ? ~Limb(0) : random.generate64();
+        const Limb *second = trial == 2 && xn == yn ? x.data() : y.data();
+        BigIntPaths::multiplyByTransform(viaTransform.data(), x.data(), xn, second, yn);
+        BigIntPaths::multiplyLimbs(viaSplits.data(), x.data(), xn, second, yn, splits);
+        QVERIFY2(viaTransform == viaSplits, where(trial));
+    }
+#endif
 }
 
 void tst_BigIntPaths::divide_data()
