@@ -204,7 +204,7 @@ void registerCalibration()
             else if (method == Method::noToom || method == Method::toom)
                 b->Arg(96)->Arg(128)->Arg(160)->Arg(192)->Arg(256)->Arg(320)->Arg(384)->Arg(512);
             else
-                b->RangeMultiplier(2)->Range(256, 8192)->Arg(768)->Arg(1536)->Arg(3072);
+                b->RangeMultiplier(2)->Range(512, 8192)->Arg(1536)->Arg(2560)->Arg(3072);
         }
     }
 }

@@ -38,9 +38,16 @@ public:
     // against 27.9 in the same run); squares of 128 limbs 10.2 us against 8.1 us, 160 limbs 11.3
     // against 11.3, 192 limbs 14.0 against 16.7, 256 limbs 23.3 against 29.4, 512 limbs 76.0
     // against 87.0.
+    // Transforms from 4096 limbs: ORVEX_BENCH_CALIBRATE=1 bench_integers
+    // --benchmark_filter=transform (g++ -O2, fastest of 5, load average 3): the library's splits
+    // against transforms, products of 2048 limbs 595 us against 567, 2560 limbs 778 against 1285,
+    // 3072 limbs 1015 against 1347, 4096 limbs 1869 against 1506, 8192 limbs 4858 against 3602;
+    // squares of 2048 limbs 416 against 472, 3072 limbs 811 against 1133, 4096 limbs 1638 against
+    // 1074, 8192 limbs 4684 against 2687. A transform's length steps from 2^k to 3 * 2^k, so
+    // below 4096 limbs it wins only where the product's length fills one well.
 #ifdef __SIZEOF_INT128__
-    static constexpr Index transformLimbs = 8192;
-    static constexpr Index transformSquareLimbs = 8192;
+    static constexpr Index transformLimbs = 4096;
+    static constexpr Index transformSquareLimbs = 4096;
 #else
     static constexpr Index transformLimbs = ~Index(0);
     static constexpr Index transformSquareLimbs = ~Index(0);
