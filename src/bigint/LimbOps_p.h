@@ -356,10 +356,11 @@ inline Limb multiplyAddLimb(Limb *result, const Limb *x, Index n, Limb y)
 #endif
 }
 
-// result[0..n+1) = result[0..n) + x[0..n) * y0 + (x[0..n) * y1 shifted up a limb), n >= 1;
-// returns the limb carried out of the top, the limb above result[n]. Two rows of products at
-// once: their carry chains are independent, and result is read and written once.
-inline Limb multiplyAddTwoLimbs(Limb *result, const Limb *x, Index n, Limb y0, Limb y1)
+// result[0..n+1) = result[0..n) + x[0..n) * y0 + (x[0..n) * y1 shifted up a limb) + carryIn,
+// n >= 1; returns the limb carried out of the top, the limb above result[n]. Two rows of products
+// at once: their carry chains are independent, and result is read and written once.
+inline Limb multiplyAddTwoLimbs(Limb *result, const Limb *x, Index n, Limb y0, Limb y1,
+                                Limb carryIn = 0)
 {
     assert(n >= 1);
 #ifdef ORVEX_LIMB_ASSEMBLY
@@ -368,7 +369,7 @@ inline Limb multiplyAddTwoLimbs(Limb *result, const Limb *x, Index n, Limb y0, L
     // limb come first so that the carry out of the column runs on, in the flag, into the next
     // pending limb and the high half above it. Two limbs a turn, the pending limb and its carry
     // trading registers; an odd count enters at the second half.
-    Limb carry0 = 0, pendingA = 0, carryA = 0, pendingB = 0, carryB = 0, low, high;
+    Limb carry0 = carryIn, pendingA = 0, carryA = 0, pendingB = 0, carryB = 0, low, high;
     long i = -long(n) - long(n & 1);
     __asm__ volatile(
             "testq $1, %[n]\n\t"
@@ -416,7 +417,9 @@ inline Limb multiplyAddTwoLimbs(Limb *result, const Limb *x, Index n, Limb y0, L
     result[n] = carry0;
     return carryA;
 #else
-    result[n] = multiplyAddLimb(result, x, n, y0);
+    const Limb carry = multiplyAddLimb(result, x, n, y0);
+    const Limb in = addLimbsInto(result, n, &carryIn, 1);
+    result[n] = carry + in; // no overflow: row 0 and carryIn fit n + 1 limbs
     return multiplyAddLimb(result + 1, x, n, y1);
 #endif
 }
