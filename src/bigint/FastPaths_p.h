@@ -28,16 +28,17 @@ public:
 
     // Where the multiplication changes method, in limbs of both operands (the shorter one, for
     // unequal lengths). Set from ORVEX_BENCH_CALIBRATE=1 bench_integers (2-core AMD EPYC, g++
-    // -O2, median of 3 in CPU time, load average 3 to 4, so a few percent are noise). One
-    // Karatsuba step with halves by rows against rows alone: products of 16 limbs 0.33 us
-    // against 0.26 us, 24 limbs 0.59 against 0.68, 32 limbs 0.98 against 1.11, 64 limbs 3.43
-    // against 4.32; squares of 32 limbs 0.75 us against 0.75 us, 40 limbs 1.07 against 1.10, 56
-    // limbs 1.80 against 2.04. One step of Toom's three-way split with parts by that Karatsuba
-    // against Karatsuba alone: products of 160 limbs 14.3 us against 14.5 us, 192 limbs 19.2
-    // against 20.6, 384 limbs 52.0 against 55.3, 512 limbs 85.9 against 89.6 (256 limbs 30.2
-    // against 27.9 in the same run); squares of 128 limbs 10.2 us against 8.1 us, 160 limbs 11.3
-    // against 11.3, 192 limbs 14.0 against 16.7, 256 limbs 23.3 against 29.4, 512 limbs 76.0
-    // against 87.0.
+    // -O2, fastest of 4 runs in CPU time on a shared machine, so a few percent are noise). One
+    // Karatsuba step with halves by rows against rows alone: products of 16 limbs 0.28 us against
+    // 0.24 us, 24 limbs 0.50 against 0.53, 32 limbs 0.81 against 0.88, 48 limbs 1.69 against
+    // 1.93; squares of 32 limbs 0.57 us against 0.50 us, 40 limbs 0.75 against 0.71, 48 limbs
+    // 1.03 against 1.08, 64 limbs 1.66 against 1.93. One step of Toom's three-way split with
+    // parts by that Karatsuba against Karatsuba alone (fastest of 2): products of 160 limbs 14.7
+    // us against 12.9 us, 192 limbs 18.1 against 19.3, 384 limbs 55.5 against 61.6 (320 and 512
+    // limbs 3 % slower); squares of 128 limbs 7.0 us against 6.9 us, 512 limbs 59.2 against
+    // 65.8, and in a second run (fastest of 3) 192 limbs 12.7 against 13.5, 256 limbs 19.4
+    // against 19.6, 320 limbs 24.5 against 29.4, 384 limbs 34.5 against 41.1 (the first run had
+    // 256 and 320 limbs 9 to 15 % slower: between 128 and 512 limbs the two are within the noise).
     // Transforms from 4096 limbs: ORVEX_BENCH_CALIBRATE=1 bench_integers
     // --benchmark_filter=transform (g++ -O2, fastest of 5, load average 3): the library's splits
     // against transforms, products of 2048 limbs 595 us against 567, 2560 limbs 778 against 1285,
@@ -64,7 +65,7 @@ public:
         Index transformSquare;
     };
     static constexpr MultiplyThresholds multiplyThresholds{
-            24, 40, 192, 192, transformLimbs, transformSquareLimbs};
+            24, 48, 192, 192, transformLimbs, transformSquareLimbs};
     // The longest product (xn + yn limbs) made by one transform; longer ones are split by Toom's
     // method into parts that are. A transform's scratch is 64 bytes per residue, the product's
     // length rounded up to 2^k or 3 * 2^k: at most 64 MiB.
