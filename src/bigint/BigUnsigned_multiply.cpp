@@ -28,6 +28,12 @@ constexpr const char *overLongProductText =
 // result[0..xn+yn) = x * y by rows of limb products, xn >= yn >= 1; result overlaps neither.
 void multiplySchoolbook(Limb *result, const Limb *x, Index xn, const Limb *y, Index yn)
 {
+    // Short operands by columns in registers: 4 limbs took 1.6 clock ticks per limb product
+    // there against 2.5 to 2.9 by three rows.
+    if (xn == yn && xn <= ShortProducts::maxLimbs) {
+        ShortProducts::multiply(result, x, y, xn);
+        return;
+    }
     result[xn] = multiplyLimb(result, x, xn, y[0]);
     Index i = 1;
     for (; i + 2 <= yn; i += 2)
@@ -40,10 +46,8 @@ void multiplySchoolbook(Limb *result, const Limb *x, Index xn, const Limb *y, In
 // added; result may not overlap x.
 void squareSchoolbook(Limb *result, const Limb *x, Index n)
 {
-    if (n == 1) {
-        const DoubleLimb square = DoubleLimb(x[0]) * x[0];
-        result[0] = Limb(square);
-        result[1] = highLimb(square);
+    if (n <= ShortProducts::maxLimbs) { // 4 limbs: 1.3 ticks per limb squared against 2.2 to 2.7
+        ShortProducts::multiply(result, x, x, n);
         return;
     }
     // Row i holds x[i] * x[j] for j > i, at limbs i + j; its top limb goes to limb n + i.
