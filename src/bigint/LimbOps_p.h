@@ -154,22 +154,38 @@ inline void multiplyWide(Limb x, Limb y, Limb *high, Limb *low)
 inline Limb addLimbs(Limb *result, const Limb *x, const Limb *y, Index n)
 {
 #ifdef ORVEX_LIMB_ASSEMBLY
-    // One add-with-carry chain through the whole array, the index counting up to zero so that
-    // the loop test leaves the carry flag alone.
+    // One add-with-carry chain through the whole array, two limbs a turn, the index counting up
+    // to zero by increments, which leave the carry flag alone; an odd count starts with a limb on
+    // its own.
     if (n == 0)
         return 0;
-    Limb carry, t;
+    Limb carry, t0, t1;
     long i = -long(n);
     // volatile: callers that ignore the carry still need the sum written.
-    __asm__ volatile("xorl %k[carry], %k[carry]\n"
-                     "1:\n\t"
-                     "movq (%[x],%[i],8), %[t]\n\t"
-                     "adcq (%[y],%[i],8), %[t]\n\t"
-                     "movq %[t], (%[r],%[i],8)\n\t"
+    __asm__ volatile("xorl %k[carry], %k[carry]\n\t"
+                     "testq $1, %[i]\n\t"
+                     "jz 1f\n\t"
+                     "movq (%[x],%[i],8), %[t0]\n\t"
+                     "addq (%[y],%[i],8), %[t0]\n\t"
+                     "movq %[t0], (%[r],%[i],8)\n\t"
+                     "setc %b[carry]\n\t"
                      "incq %[i]\n\t"
-                     "jnz 1b\n\t"
-                     "setc %b[carry]"
-                     : [carry] "=&r"(carry), [t] "=&r"(t), [i] "+r"(i)
+                     "jz 2f\n"
+                     "1:\n\t"
+                     "btl $0, %k[carry]\n"
+                     "3:\n\t"
+                     "movq (%[x],%[i],8), %[t0]\n\t"
+                     "movq 8(%[x],%[i],8), %[t1]\n\t"
+                     "adcq (%[y],%[i],8), %[t0]\n\t"
+                     "adcq 8(%[y],%[i],8), %[t1]\n\t"
+                     "movq %[t0], (%[r],%[i],8)\n\t"
+                     "movq %[t1], 8(%[r],%[i],8)\n\t"
+                     "incq %[i]\n\t"
+                     "incq %[i]\n\t"
+                     "jnz 3b\n\t"
+                     "setc %b[carry]\n"
+                     "2:"
+                     : [carry] "=&r"(carry), [t0] "=&r"(t0), [t1] "=&r"(t1), [i] "+r"(i)
                      : [x] "r"(x + n), [y] "r"(y + n), [r] "r"(result + n)
                      : "cc", "memory");
     return carry;
@@ -188,19 +204,35 @@ inline Limb addLimbs(Limb *result, const Limb *x, const Limb *y, Index n)
 inline Limb subtractLimbs(Limb *result, const Limb *x, const Limb *y, Index n)
 {
 #ifdef ORVEX_LIMB_ASSEMBLY
+    // As addLimbs, with the borrow in the carry flag.
     if (n == 0)
         return 0;
-    Limb borrow, t;
+    Limb borrow, t0, t1;
     long i = -long(n);
-    __asm__ volatile("xorl %k[borrow], %k[borrow]\n"
-                     "1:\n\t"
-                     "movq (%[x],%[i],8), %[t]\n\t"
-                     "sbbq (%[y],%[i],8), %[t]\n\t"
-                     "movq %[t], (%[r],%[i],8)\n\t"
+    __asm__ volatile("xorl %k[carry], %k[carry]\n\t"
+                     "testq $1, %[i]\n\t"
+                     "jz 1f\n\t"
+                     "movq (%[x],%[i],8), %[t0]\n\t"
+                     "subq (%[y],%[i],8), %[t0]\n\t"
+                     "movq %[t0], (%[r],%[i],8)\n\t"
+                     "setc %b[carry]\n\t"
                      "incq %[i]\n\t"
-                     "jnz 1b\n\t"
-                     "setc %b[borrow]"
-                     : [borrow] "=&r"(borrow), [t] "=&r"(t), [i] "+r"(i)
+                     "jz 2f\n"
+                     "1:\n\t"
+                     "btl $0, %k[carry]\n"
+                     "3:\n\t"
+                     "movq (%[x],%[i],8), %[t0]\n\t"
+                     "movq 8(%[x],%[i],8), %[t1]\n\t"
+                     "sbbq (%[y],%[i],8), %[t0]\n\t"
+                     "sbbq 8(%[y],%[i],8), %[t1]\n\t"
+                     "movq %[t0], (%[r],%[i],8)\n\t"
+                     "movq %[t1], 8(%[r],%[i],8)\n\t"
+                     "incq %[i]\n\t"
+                     "incq %[i]\n\t"
+                     "jnz 3b\n\t"
+                     "setc %b[carry]\n"
+                     "2:"
+                     : [carry] "=&r"(borrow), [t0] "=&r"(t0), [t1] "=&r"(t1), [i] "+r"(i)
                      : [x] "r"(x + n), [y] "r"(y + n), [r] "r"(result + n)
                      : "cc", "memory");
     return borrow;
