@@ -124,6 +124,7 @@ void tst_BigIntText::parse_data()
     row("minus zero has the sign zero", "-0", -1, 0);
     row("sign alone", "-", -1, 0);
     row("two signs", "--1", -1, 0, bad);
+    row("symbol just above the digits, in a word of eight", "1234567:", -1, 0, bad);
 }
 
 void tst_BigIntText::parse()
