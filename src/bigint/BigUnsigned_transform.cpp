@@ -376,11 +376,7 @@ void BigIntPaths::multiplyByTransform(Limb *product, const Limb *x, Index xn, co
 {
     assert(xn >= 1 && yn >= 1 && xn + yn <= maxTransformLimbs);
     const Index coefficients = xn + yn - 1;
-    Index length = 2;
-    while (length < coefficients)
-        length *= 2;
-    if (length >= 8 && length / 4 * 3 >= coefficients)
-        length = length / 4 * 3;
+    const Index length = transformLength(coefficients);
     std::unique_ptr<Limb[]> storage(new Limb[4 * length]);
     std::unique_ptr<Factor[]> roots(new Factor[2 * length]);
     Limb *r1 = storage.get(), *r2 = r1 + length, *r3 = r2 + length, *other = r3 + length;

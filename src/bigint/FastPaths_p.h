@@ -40,12 +40,12 @@ public:
     // against 19.6, 320 limbs 24.5 against 29.4, 384 limbs 34.5 against 41.1 (the first run had
     // 256 and 320 limbs 9 to 15 % slower: between 128 and 512 limbs the two are within the noise).
     // Transforms from 4096 limbs: ORVEX_BENCH_CALIBRATE=1 bench_integers
-    // --benchmark_filter=transform (g++ -O2, fastest of 5, load average 3): the library's splits
-    // against transforms, products of 2048 limbs 595 us against 567, 2560 limbs 778 against 1285,
-    // 3072 limbs 1015 against 1347, 4096 limbs 1869 against 1506, 8192 limbs 4858 against 3602;
-    // squares of 2048 limbs 416 against 472, 3072 limbs 811 against 1133, 4096 limbs 1638 against
-    // 1074, 8192 limbs 4684 against 2687. A transform's length steps from 2^k to 3 * 2^k, so
-    // below 4096 limbs it wins only where the product's length fills one well.
+    // --benchmark_filter=transform (g++ -O2, fastest of 5, quiet machine, the row kernels of
+    // this threshold's time): the library's splits against transforms, products of 2048 limbs
+    // 559 us against 647, 3072 limbs 1164 against 1181, 4096 limbs 1813 against 1397, 8192
+    // limbs 4817 against 3579; squares of 2048 limbs 438 against 542, 3072 limbs 877 against 835,
+    // 4096 limbs 1238 against 1198, 8192 limbs 3898 against 3033. Between the threshold and 2.5
+    // times it only products that fill their transform go through one (see usesTransform).
 #ifdef __SIZEOF_INT128__
     static constexpr Index transformLimbs = 4096;
     static constexpr Index transformSquareLimbs = 4096;
@@ -103,6 +103,15 @@ public:
     // <= maxTransformLimbs; x == y with xn == yn squares. Only where limbs are 64 bits wide.
     static void multiplyByTransform(Limb *product, const Limb *x, Index xn, const Limb *y,
                                     Index yn);
+    // The length of the transforms for a product of `coefficients` + 1 limbs: the least 2^k or
+    // 3 * 2^k (k >= 1) not below `coefficients`.
+    static Index transformLength(Index coefficients)
+    {
+        Index length = 2;
+        while (length < coefficients)
+            length *= 2;
+        return length >= 8 && length / 4 * 3 >= coefficients ? length / 4 * 3 : length;
+    }
     // product[0..2n) = x * x, overlapping x nowhere.
     static void squareLimbs(Limb *product, const Limb *x, Index n,
                             const MultiplyThresholds &thresholds = multiplyThresholds);

@@ -459,26 +459,57 @@ inline Limb multiplyAddTwoLimbs(Limb *result, const Limb *x, Index n, Limb y0, L
 // result[0..n) -= x[0..n) * y; returns the limb borrowed from above the top.
 inline Limb multiplySubtractLimb(Limb *result, const Limb *x, Index n, Limb y)
 {
+#ifdef ORVEX_LIMB_ASSEMBLY
+    if (n == 0)
+        return 0;
+    // As multiplyAddLimb, two limbs a turn: the two products and the incoming borrow limb are
+    // summed first into three limbs, then the lower two are subtracted from the result and the
+    // borrow out joins the top one, the next borrow limb (the sum's top limb is the high half of
+    // a product plus a carry, so one more fits).
+    Limb borrow, low, high, low0, high0;
+    long i = -long(n);
+    __asm__ volatile(
+            "xorl %k[borrow], %k[borrow]\n\t"
+            "testq $1, %[i]\n\t"
+            "jz 1f\n\t"
+            "movq (%[x],%[i],8), %%rax\n\t"
+            "mulq %[y]\n\t"
+            "subq %%rax, (%[r],%[i],8)\n\t"
+            "adcq %%rdx, %[borrow]\n\t"
+            "incq %[i]\n\t"
+            "jz 2f\n"
+            "1:\n\t"
+            "movq (%[x],%[i],8), %%rax\n\t"
+            "mulq %[y]\n\t"
+            "movq %%rax, %[low0]\n\t"
+            "movq %%rdx, %[high0]\n\t"
+            "movq 8(%[x],%[i],8), %%rax\n\t"
+            "mulq %[y]\n\t"
+            "addq %[borrow], %[low0]\n\t"
+            "adcq %[high0], %%rax\n\t"
+            "adcq $0, %%rdx\n\t"
+            "subq %[low0], (%[r],%[i],8)\n\t"
+            "sbbq %%rax, 8(%[r],%[i],8)\n\t"
+            "adcq $0, %%rdx\n\t"
+            "movq %%rdx, %[borrow]\n\t"
+            "addq $2, %[i]\n\t"
+            "jnz 1b\n"
+            "2:"
+            : [borrow] "=&r"(borrow), [i] "+r"(i), [low0] "=&r"(low0), [high0] "=&r"(high0),
+              "=&a"(low), "=&d"(high)
+            : [x] "r"(x + n), [r] "r"(result + n), [y] "r"(y)
+            : "cc", "memory");
+    return borrow;
+#else
     Limb borrow = 0;
     for (Index i = 0; i < n; i++) {
-#ifdef ORVEX_LIMB_ASSEMBLY
-        Limb high, low, r = result[i];
-        multiplyWide(x[i], y, &high, &low);
-        // The borrow comes in last, so the chain from one limb to the next is two steps long.
-        __asm__("subq %1, %0\n\tadcq $0, %2\n\tsubq %3, %0\n\tadcq $0, %2"
-                : "+&r"(r), "+&r"(low), "+&r"(high)
-                : "r"(borrow)
-                : "cc");
-        result[i] = r;
-        borrow = high;
-#else
         const DoubleLimb product = DoubleLimb(x[i]) * y + borrow;
         const Limb low = Limb(product);
         borrow = highLimb(product) + (result[i] < low);
         result[i] -= low;
-#endif
     }
     return borrow;
+#endif
 }
 
 // result[0..2n) = 2 * result + the squares of x's limbs, x[i]^2 at limb 2i, result[0] zero and
