@@ -157,6 +157,32 @@ unsigned splitChunk(Limb part, unsigned digits, bool full, Digit *out, unsigned 
     return j;
 }
 
+#ifdef __SIZEOF_INT128__
+// The 19 digits of a full decimal chunk, least significant first, in four runs of five (the top
+// one of four) that divide by 10 side by side instead of one run of 19 that waits on each step:
+// a quarter of printing 4096 bits went to that wait. Kept out of line: inlined, it crowded the
+// division loop beside it (printing 16384 bits took 7 % longer).
+__attribute__((noinline)) void splitDecimalChunk(Limb part, Digit *out)
+{
+    const Limb high = part / 10000000000ull, low = part % 10000000000ull;
+    unsigned a = unsigned(low % 100000), b = unsigned(low / 100000);
+    unsigned c = unsigned(high % 100000), d = unsigned(high / 100000);
+    for (unsigned j = 0; j < 4; j++) {
+        out[j] = Digit(a % 10);
+        out[5 + j] = Digit(b % 10);
+        out[10 + j] = Digit(c % 10);
+        out[15 + j] = Digit(d % 10);
+        a /= 10;
+        b /= 10;
+        c /= 10;
+        d /= 10;
+    }
+    out[4] = Digit(a);
+    out[9] = Digit(b);
+    out[14] = Digit(c);
+}
+#endif
+
 // The powers of a chunk power that a conversion splits by, made on demand and kept, each as its
 // odd part: the rest is a shift, applied by the caller. Only the powers of the split lengths are
 // made, about two for each depth of the splits.
@@ -267,7 +293,14 @@ private:
             while (n > 0 && w[n - 1] == 0)
                 n--;
             // Decimal, the common base, divides by a constant: a multiplication, not a division.
-            if (base == 10)
+#ifdef __SIZEOF_INT128__
+            if (base == 10 && n > 0) {
+                static_assert(Chunk(10).digits == 19, "decimal chunks of 19 digits");
+                splitDecimalChunk(part, out + count);
+                count += 19;
+            } else
+#endif
+                    if (base == 10)
                 count += splitChunk<10>(part, chunk.digits, n > 0, out + count);
             else
                 count += splitChunk(part, chunk.digits, n > 0, out + count, base);
