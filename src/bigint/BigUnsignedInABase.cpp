@@ -619,9 +619,16 @@ BigUnsignedInABase::operator std::string() const
     if (length == 0)
         return "0";
     std::string text(length, '0');
+    char *symbol = &text[0];
+    const Digit *digit = blocks + length; // the most significant digit last
+    if (base <= 10) { // digits only: a loop the compiler turns into vector instructions
+        for (Index i = 0; i < length; i++)
+            symbol[i] = char('0' + digit[-1 - std::ptrdiff_t(i)]);
+        return text;
+    }
     for (Index i = 0; i < length; i++) {
-        const Digit digit = blocks[length - 1 - i];
-        text[i] = char(digit < 10 ? '0' + digit : 'A' + digit - 10);
+        const Digit d = digit[-1 - std::ptrdiff_t(i)];
+        symbol[i] = char(d < 10 ? '0' + d : 'A' + d - 10);
     }
     return text;
 }
