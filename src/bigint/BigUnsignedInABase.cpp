@@ -76,20 +76,6 @@ BigUnsigned fromWords(const Limb *words, Index n, Index extraCapacity = 0)
 // The shifts are ints, so values of this many bits or more keep whole powers.
 constexpr unsigned long long maxStrippedBits = 1ull << 30;
 
-unsigned trailingZeroBits(Limb x)
-{
-    assert(x != 0);
-#if defined(__GNUC__)
-    return sizeof(Limb) == sizeof(unsigned long long) ? unsigned(__builtin_ctzll(x))
-                                                      : unsigned(__builtin_ctz(unsigned(x)));
-#else
-    unsigned n = 0;
-    for (; (x & 1) == 0; x >>= 1)
-        n++;
-    return n;
-#endif
-}
-
 // x * 2^s, zero staying a normal zero.
 BigUnsigned shiftedUp(const BigUnsigned &x, unsigned s)
 {

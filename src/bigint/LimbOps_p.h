@@ -652,6 +652,21 @@ inline unsigned leadingZeroBits(Limb x)
 #endif
 }
 
+// Number of zero bits below the lowest set bit of a non-zero limb.
+inline unsigned trailingZeroBits(Limb x)
+{
+    assert(x != 0);
+#if defined(__GNUC__)
+    return sizeof(Limb) == sizeof(unsigned long long) ? unsigned(__builtin_ctzll(x))
+                                                      : unsigned(__builtin_ctz(unsigned(x)));
+#else
+    unsigned n = 0;
+    for (; (x & 1) == 0; x >>= 1)
+        n++;
+    return n;
+#endif
+}
+
 // quotient[0..n) = x[0..n) / d, d non-zero, a hardware division per limb; returns the remainder.
 // quotient may be x.
 inline Limb divideBySingle(Limb *quotient, const Limb *x, Index n, Limb d)
